@@ -1,0 +1,9 @@
+#pragma once
+
+// libquentra.velmoUtil.so: geometry utilities of the dual-camera stereo depth
+// pipeline. This header brings in the whole exported API.
+
+#include "velmoExport.h"
+#include "utilPlatform.h"
+#include "AlignMode.h"
+#include "gensize/GenSize.h"
