@@ -20,37 +20,23 @@ using DU = hn::RebindToUnsigned<DI>;
 using VI = hn::Vec<DI>;
 using VU = hn::Vec<DU>;
 
-// Per-lane statistics; the sums run in unsigned lanes so that they wrap
-// without signed overflow on every target.
-struct LaneStats {
-    VI maxAbsX, maxAbsY;
-    VU sumX, sumY;
-};
-
-HWY_INLINE void AddLanes(LaneStats& s, VI x, VI y) {
-    const DU du;
-    // Abs wraps on every target: |INT32_MIN| stays INT32_MIN.
-    s.maxAbsX = hn::Max(s.maxAbsX, hn::Abs(x));
-    s.maxAbsY = hn::Max(s.maxAbsY, hn::Abs(y));
-    s.sumX = hn::Add(s.sumX, hn::BitCast(du, x));
-    s.sumY = hn::Add(s.sumY, hn::BitCast(du, y));
-}
-
-FieldStats Reduce(const LaneStats& s) {
+// Per-lane maxima and sums, folded into one FieldStats at the end (maximum
+// and wrapping addition do not depend on the order).
+FieldStats Reduce(VI maxAbsX, VI maxAbsY, VU sumX, VU sumY) {
     const DI di;
     const DU du;
     // The tag is capped at kStep lanes.
     int32_t maxX[kStep];
     int32_t maxY[kStep];
-    uint32_t sumX[kStep];
-    uint32_t sumY[kStep];
-    hn::StoreU(s.maxAbsX, di, maxX);
-    hn::StoreU(s.maxAbsY, di, maxY);
-    hn::StoreU(s.sumX, du, sumX);
-    hn::StoreU(s.sumY, du, sumY);
+    uint32_t sumsX[kStep];
+    uint32_t sumsY[kStep];
+    hn::StoreU(maxAbsX, di, maxX);
+    hn::StoreU(maxAbsY, di, maxY);
+    hn::StoreU(sumX, du, sumsX);
+    hn::StoreU(sumY, du, sumsY);
     FieldStats stats;
     for (size_t i = 0; i < hn::Lanes(di); ++i) {
-        merge(stats, FieldStats{maxX[i], maxY[i], fromBits(sumX[i]), fromBits(sumY[i])});
+        merge(stats, FieldStats{maxX[i], maxY[i], fromBits(sumsX[i]), fromBits(sumsY[i])});
     }
     return stats;
 }
@@ -59,22 +45,32 @@ FieldStats FieldStatsLanes(const PowerSavingParam& p) {
     const DI di;
     const DU du;
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(di));
-    const VI smallest = hn::Set(di, std::numeric_limits<int32_t>::min());
-    LaneStats lanesStats{smallest, smallest, hn::Zero(du), hn::Zero(du)};
+    VI maxAbsX = hn::Set(di, std::numeric_limits<int32_t>::min());
+    VI maxAbsY = maxAbsX;
+    // The sums run in unsigned lanes so that they wrap without signed
+    // overflow on every target.
+    VU sumX = hn::Zero(du);
+    VU sumY = hn::Zero(du);
     FieldStats tail;
     for (int32_t r = 0; r < p._height; ++r) {
         const std::ptrdiff_t row = static_cast<std::ptrdiff_t>(r) * p._stride;
-        const int32_t* x = p._map_x + row;
-        const int32_t* y = p._map_y + row;
+        const int32_t* xs = p._map_x + row;
+        const int32_t* ys = p._map_y + row;
         int32_t c = 0;
         for (; c + kStep <= p._width; c += kStep) {
             for (int32_t l = 0; l < kStep; l += lanes) {
-                AddLanes(lanesStats, hn::LoadU(di, x + c + l), hn::LoadU(di, y + c + l));
+                const VI x = hn::LoadU(di, xs + c + l);
+                const VI y = hn::LoadU(di, ys + c + l);
+                // Abs wraps on every target: |INT32_MIN| stays INT32_MIN.
+                maxAbsX = hn::Max(maxAbsX, hn::Abs(x));
+                maxAbsY = hn::Max(maxAbsY, hn::Abs(y));
+                sumX = hn::Add(sumX, hn::BitCast(du, x));
+                sumY = hn::Add(sumY, hn::BitCast(du, y));
             }
         }
-        for (; c < p._width; ++c) addElement(tail, x[c], y[c]);
+        for (; c < p._width; ++c) addElement(tail, xs[c], ys[c]);
     }
-    FieldStats stats = Reduce(lanesStats);
+    FieldStats stats = Reduce(maxAbsX, maxAbsY, sumX, sumY);
     merge(stats, tail);
     return stats;
 }

@@ -35,39 +35,44 @@ HWY_INLINE VI ClampInto(DI di, VI v, int32_t size, MI& in) {
 
 // ---- 0 degrees ---------------------------------------------------------------
 
-struct ScaleConstants {
-    VF stepX;
-    VF half;
-};
-
-HWY_INLINE void ScaleLanes(const RotationPlan& p, const ScaledRow& src,
-                           const ScaleConstants& k, VF centres, int32_t* outX, int32_t* outY) {
+// (SVE vectors cannot live in structs, so the lane functions take the plan and
+// broadcast what they need; inlined, the broadcasts leave the loops.)
+HWY_INLINE void ScaleLanes(const RotationPlan& p, const ScaledRow& src, VF centres, int32_t* outX,
+                           int32_t* outY) {
+    const DF df;
     const DI di;
-    const VI x = TruncToInt32(di, hn::Add(hn::Mul(k.stepX, centres), k.half));
+    const VI x = TruncToInt32(di, hn::Add(hn::Mul(hn::Set(df, p.stepX), centres), hn::Set(df, 0.5f)));
     MI in;
     const VI column = ClampInto(di, x, p.srcWidth, in);
     hn::StoreU(hn::IfThenElseZero(in, hn::GatherIndex(di, src.x, column)), di, outX);
     hn::StoreU(hn::IfThenElseZero(in, hn::GatherIndex(di, src.y, column)), di, outY);
 }
 
+// Stores zeros over whole vectors of the row; returns the first column left.
+HWY_INLINE int32_t ZeroLanes(int32_t width, int32_t* outX, int32_t* outY) {
+    const DI di;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(di));
+    int32_t j = 0;
+    for (; j + lanes <= width; j += lanes) {
+        hn::StoreU(hn::Zero(di), di, outX + j);
+        hn::StoreU(hn::Zero(di), di, outY + j);
+    }
+    return j;
+}
+
 void ScaleRow(const RotationPlan& p, const ScaledRow& src, int32_t* outX, int32_t* outY) {
     const DF df;
-    const DI di;
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
     int32_t j = 0;
     if (src.x == nullptr || p.srcWidth < 1) {
         // The whole row samples outside the map.
-        for (; j + lanes <= p.bandWidth; j += lanes) {
-            hn::StoreU(hn::Zero(di), di, outX + j);
-            hn::StoreU(hn::Zero(di), di, outY + j);
-        }
+        j = ZeroLanes(p.bandWidth, outX, outY);
     } else {
-        const ScaleConstants k{hn::Set(df, p.stepX), hn::Set(df, 0.5f)};
         const VF laneCentres = hn::Iota(df, 0.5f);
         for (; j + kStep <= p.bandWidth; j += kStep) {
             for (int32_t l = 0; l < kStep; l += lanes) {
                 const VF centres = hn::Add(hn::Set(df, static_cast<float>(j + l)), laneCentres);
-                ScaleLanes(p, src, k, centres, outX + j + l, outY + j + l);
+                ScaleLanes(p, src, centres, outX + j + l, outY + j + l);
             }
         }
     }
@@ -76,16 +81,16 @@ void ScaleRow(const RotationPlan& p, const ScaledRow& src, int32_t* outX, int32_
 
 // ---- any other angle ---------------------------------------------------------
 
-struct RotateConstants {
-    VF sinA, cosA, stepX, rotCentreX, half;
-};
-
-HWY_INLINE void RotateLanes(DF df, const RotationPlan& p, const RotateConstants& k, VF rowA,
-                            VF rowB, VF centres, int32_t* outX, int32_t* outY) {
+HWY_INLINE void RotateLanes(const RotationPlan& p, VF rowA, VF rowB, VF centres, int32_t* outX,
+                            int32_t* outY) {
+    const DF df;
     const DI di;
-    const VF dx = hn::Sub(hn::Mul(k.stepX, centres), k.rotCentreX);
-    const VI x = TruncToInt32(di, hn::Add(hn::Add(rowA, hn::Mul(k.cosA, dx)), k.half));
-    const VI y = TruncToInt32(di, hn::Add(hn::Sub(rowB, hn::Mul(k.sinA, dx)), k.half));
+    const VF sinA = hn::Set(df, p.sinA);
+    const VF cosA = hn::Set(df, p.cosA);
+    const VF half = hn::Set(df, 0.5f);
+    const VF dx = hn::Sub(hn::Mul(hn::Set(df, p.stepX), centres), hn::Set(df, p.rotCentreX));
+    const VI x = TruncToInt32(di, hn::Add(hn::Add(rowA, hn::Mul(cosA, dx)), half));
+    const VI y = TruncToInt32(di, hn::Add(hn::Sub(rowB, hn::Mul(sinA, dx)), half));
     MI inX;
     MI inY;
     const VI column = ClampInto(di, x, p.srcWidth, inX);
@@ -94,34 +99,28 @@ HWY_INLINE void RotateLanes(DF df, const RotationPlan& p, const RotateConstants&
     const VI at = hn::Add(hn::Mul(row, hn::Set(di, p.srcStride)), column);
     const VF vx = hn::ConvertTo(df, hn::GatherIndex(di, p.srcX, at));
     const VF vy = hn::ConvertTo(df, hn::GatherIndex(di, p.srcY, at));
-    const VF rx = hn::Add(hn::Sub(hn::Mul(k.cosA, vx), hn::Mul(k.sinA, vy)), k.half);
-    const VF ry = hn::Add(hn::Add(hn::Mul(k.sinA, vx), hn::Mul(k.cosA, vy)), k.half);
+    const VF rx = hn::Add(hn::Sub(hn::Mul(cosA, vx), hn::Mul(sinA, vy)), half);
+    const VF ry = hn::Add(hn::Add(hn::Mul(sinA, vx), hn::Mul(cosA, vy)), half);
     hn::StoreU(hn::IfThenElseZero(in, TruncToInt32(di, rx)), di, outX);
     hn::StoreU(hn::IfThenElseZero(in, TruncToInt32(di, ry)), di, outY);
 }
 
 void RotateRow(const RotationPlan& p, int32_t r, int32_t* outX, int32_t* outY) {
     const DF df;
-    const DI di;
     const RotatedRow row = rotatedRow(p, r);
     const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
     int32_t j = 0;
     if (p.srcWidth < 1 || p.srcHeight < 1) {
         // An empty map: every sample is outside.
-        for (; j + lanes <= p.bandWidth; j += lanes) {
-            hn::StoreU(hn::Zero(di), di, outX + j);
-            hn::StoreU(hn::Zero(di), di, outY + j);
-        }
+        j = ZeroLanes(p.bandWidth, outX, outY);
     } else {
-        const RotateConstants k{hn::Set(df, p.sinA), hn::Set(df, p.cosA), hn::Set(df, p.stepX),
-                                hn::Set(df, p.rotCentreX), hn::Set(df, 0.5f)};
         const VF rowA = hn::Set(df, row.a);
         const VF rowB = hn::Set(df, row.b);
         const VF laneCentres = hn::Iota(df, 0.5f);
         for (; j + kStep <= p.bandWidth; j += kStep) {
             for (int32_t l = 0; l < kStep; l += lanes) {
                 const VF centres = hn::Add(hn::Set(df, static_cast<float>(j + l)), laneCentres);
-                RotateLanes(df, p, k, rowA, rowB, centres, outX + j + l, outY + j + l);
+                RotateLanes(p, rowA, rowB, centres, outX + j + l, outY + j + l);
             }
         }
     }
