@@ -33,19 +33,33 @@ HWY_INLINE VI ClampInto(DI di, VI v, int32_t size, MI& in) {
     return hn::Min(hn::Max(v, zero), hn::Set(di, size - 1));
 }
 
-// ---- 0 degrees ---------------------------------------------------------------
+// AVX2, AVX-512 and SVE gather lanes from offsets in one instruction. The
+// 128-bit targets (SSE4, NEON) emulate it lane by lane through memory, and
+// reloading a vector from lanes stored just before stalls on store
+// forwarding; they gather a whole step through the stack instead, so the
+// stores have drained before the vectors are reloaded.
+constexpr bool kNativeGather = (HWY_TARGET & (HWY_AVX2 | HWY_AVX3 | HWY_AVX3_DL | HWY_SVE |
+                                              HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)) != 0;
 
-// (SVE vectors cannot live in structs, so the lane functions take the plan and
-// broadcast what they need; inlined, the broadcasts leave the loops.)
-HWY_INLINE void ScaleLanes(const RotationPlan& p, const ScaledRow& src, VF centres, int32_t* outX,
-                           int32_t* outY) {
+// One step's sample offsets, in-map lanes (all ones) and gathered values.
+struct StepSamples {
+    int32_t at[kStep];
+    int32_t inside[kStep];
+    int32_t x[kStep];
+    int32_t y[kStep];
+};
+
+HWY_INLINE void GatherStep(const int32_t* planeX, const int32_t* planeY, StepSamples& s) {
+    for (int32_t i = 0; i < kStep; ++i) {
+        s.x[i] = planeX[s.at[i]];
+        s.y[i] = planeY[s.at[i]];
+    }
+}
+
+// Destination column centres of lanes starting at column j.
+HWY_INLINE VF LaneCentres(int32_t j) {
     const DF df;
-    const DI di;
-    const VI x = TruncToInt32(di, hn::Add(hn::Mul(hn::Set(df, p.stepX), centres), hn::Set(df, 0.5f)));
-    MI in;
-    const VI column = ClampInto(di, x, p.srcWidth, in);
-    hn::StoreU(hn::IfThenElseZero(in, hn::GatherIndex(di, src.x, column)), di, outX);
-    hn::StoreU(hn::IfThenElseZero(in, hn::GatherIndex(di, src.y, column)), di, outY);
+    return hn::Add(hn::Set(df, static_cast<float>(j)), hn::Iota(df, 0.5f));
 }
 
 // Stores zeros over whole vectors of the row; returns the first column left.
@@ -60,69 +74,102 @@ HWY_INLINE int32_t ZeroLanes(int32_t width, int32_t* outX, int32_t* outY) {
     return j;
 }
 
+// Runs one 16-column step: `offsets(j, in)` gives the clamped source offsets
+// of the lanes from column j and which lie in the map, `store(vx, vy, in, j)`
+// writes the lanes from the gathered values. (SVE vectors cannot live in
+// structs or arrays, hence the callbacks rather than a table of lanes.)
+template <class Offsets, class Store>
+HWY_INLINE void RunStep(const int32_t* planeX, const int32_t* planeY, int32_t j, Offsets offsets,
+                        Store store) {
+    const DI di;
+    const int32_t lanes = static_cast<int32_t>(hn::Lanes(di));
+    if constexpr (kNativeGather) {
+        for (int32_t l = j; l < j + kStep; l += lanes) {
+            MI in;
+            const VI at = offsets(l, in);
+            store(hn::GatherIndex(di, planeX, at), hn::GatherIndex(di, planeY, at), in, l);
+        }
+    } else {
+        StepSamples s;
+        for (int32_t l = 0; l < kStep; l += lanes) {
+            MI in;
+            hn::StoreU(offsets(j + l, in), di, s.at + l);
+            hn::StoreU(hn::VecFromMask(di, in), di, s.inside + l);
+        }
+        GatherStep(planeX, planeY, s);
+        for (int32_t l = 0; l < kStep; l += lanes) {
+            const MI in = hn::MaskFromVec(hn::LoadU(di, s.inside + l));
+            store(hn::LoadU(di, s.x + l), hn::LoadU(di, s.y + l), in, j + l);
+        }
+    }
+}
+
+// ---- 0 degrees ---------------------------------------------------------------
+
 void ScaleRow(const RotationPlan& p, const ScaledRow& src, int32_t* outX, int32_t* outY) {
     const DF df;
-    const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
+    const DI di;
     int32_t j = 0;
     if (src.x == nullptr || p.srcWidth < 1) {
         // The whole row samples outside the map.
         j = ZeroLanes(p.bandWidth, outX, outY);
     } else {
-        const VF laneCentres = hn::Iota(df, 0.5f);
-        for (; j + kStep <= p.bandWidth; j += kStep) {
-            for (int32_t l = 0; l < kStep; l += lanes) {
-                const VF centres = hn::Add(hn::Set(df, static_cast<float>(j + l)), laneCentres);
-                ScaleLanes(p, src, centres, outX + j + l, outY + j + l);
-            }
-        }
+        const VF stepX = hn::Set(df, p.stepX);
+        const VF half = hn::Set(df, 0.5f);
+        const auto columns = [&](int32_t from, MI& in) {
+            const VI x = TruncToInt32(di, hn::Add(hn::Mul(stepX, LaneCentres(from)), half));
+            return ClampInto(di, x, p.srcWidth, in);
+        };
+        const auto copy = [&](VI vx, VI vy, MI in, int32_t from) {
+            hn::StoreU(hn::IfThenElseZero(in, vx), di, outX + from);
+            hn::StoreU(hn::IfThenElseZero(in, vy), di, outY + from);
+        };
+        for (; j + kStep <= p.bandWidth; j += kStep) RunStep(src.x, src.y, j, columns, copy);
     }
     for (; j < p.bandWidth; ++j) scaleColumn(p, src.x, src.y, j, outX + j, outY + j);
 }
 
 // ---- any other angle ---------------------------------------------------------
 
-HWY_INLINE void RotateLanes(const RotationPlan& p, VF rowA, VF rowB, VF centres, int32_t* outX,
-                            int32_t* outY) {
-    const DF df;
-    const DI di;
-    const VF sinA = hn::Set(df, p.sinA);
-    const VF cosA = hn::Set(df, p.cosA);
-    const VF half = hn::Set(df, 0.5f);
-    const VF dx = hn::Sub(hn::Mul(hn::Set(df, p.stepX), centres), hn::Set(df, p.rotCentreX));
-    const VI x = TruncToInt32(di, hn::Add(hn::Add(rowA, hn::Mul(cosA, dx)), half));
-    const VI y = TruncToInt32(di, hn::Add(hn::Sub(rowB, hn::Mul(sinA, dx)), half));
-    MI inX;
-    MI inY;
-    const VI column = ClampInto(di, x, p.srcWidth, inX);
-    const VI row = ClampInto(di, y, p.srcHeight, inY);
-    const MI in = hn::And(inX, inY);
-    const VI at = hn::Add(hn::Mul(row, hn::Set(di, p.srcStride)), column);
-    const VF vx = hn::ConvertTo(df, hn::GatherIndex(di, p.srcX, at));
-    const VF vy = hn::ConvertTo(df, hn::GatherIndex(di, p.srcY, at));
-    const VF rx = hn::Add(hn::Sub(hn::Mul(cosA, vx), hn::Mul(sinA, vy)), half);
-    const VF ry = hn::Add(hn::Add(hn::Mul(sinA, vx), hn::Mul(cosA, vy)), half);
-    hn::StoreU(hn::IfThenElseZero(in, TruncToInt32(di, rx)), di, outX);
-    hn::StoreU(hn::IfThenElseZero(in, TruncToInt32(di, ry)), di, outY);
-}
-
 void RotateRow(const RotationPlan& p, int32_t r, int32_t* outX, int32_t* outY) {
     const DF df;
+    const DI di;
     const RotatedRow row = rotatedRow(p, r);
-    const int32_t lanes = static_cast<int32_t>(hn::Lanes(df));
     int32_t j = 0;
     if (p.srcWidth < 1 || p.srcHeight < 1) {
         // An empty map: every sample is outside.
         j = ZeroLanes(p.bandWidth, outX, outY);
     } else {
+        const VF sinA = hn::Set(df, p.sinA);
+        const VF cosA = hn::Set(df, p.cosA);
+        const VF half = hn::Set(df, 0.5f);
+        const VF stepX = hn::Set(df, p.stepX);
+        const VF rotCentreX = hn::Set(df, p.rotCentreX);
         const VF rowA = hn::Set(df, row.a);
         const VF rowB = hn::Set(df, row.b);
-        const VF laneCentres = hn::Iota(df, 0.5f);
-        for (; j + kStep <= p.bandWidth; j += kStep) {
-            for (int32_t l = 0; l < kStep; l += lanes) {
-                const VF centres = hn::Add(hn::Set(df, static_cast<float>(j + l)), laneCentres);
-                RotateLanes(p, rowA, rowB, centres, outX + j + l, outY + j + l);
-            }
-        }
+        const VI stride = hn::Set(di, p.srcStride);
+        // Inverse rotation of the destination point about both centres.
+        const auto samples = [&](int32_t from, MI& in) {
+            const VF dx = hn::Sub(hn::Mul(stepX, LaneCentres(from)), rotCentreX);
+            const VI x = TruncToInt32(di, hn::Add(hn::Add(rowA, hn::Mul(cosA, dx)), half));
+            const VI y = TruncToInt32(di, hn::Add(hn::Sub(rowB, hn::Mul(sinA, dx)), half));
+            MI inX;
+            MI inY;
+            const VI column = ClampInto(di, x, p.srcWidth, inX);
+            const VI sourceRow = ClampInto(di, y, p.srcHeight, inY);
+            in = hn::And(inX, inY);
+            return hn::Add(hn::Mul(sourceRow, stride), column);
+        };
+        // Forward rotation of the sampled vector.
+        const auto rotate = [&](VI x, VI y, MI in, int32_t from) {
+            const VF vx = hn::ConvertTo(df, x);
+            const VF vy = hn::ConvertTo(df, y);
+            const VF rx = hn::Add(hn::Sub(hn::Mul(cosA, vx), hn::Mul(sinA, vy)), half);
+            const VF ry = hn::Add(hn::Add(hn::Mul(sinA, vx), hn::Mul(cosA, vy)), half);
+            hn::StoreU(hn::IfThenElseZero(in, TruncToInt32(di, rx)), di, outX + from);
+            hn::StoreU(hn::IfThenElseZero(in, TruncToInt32(di, ry)), di, outY + from);
+        };
+        for (; j + kStep <= p.bandWidth; j += kStep) RunStep(p.srcX, p.srcY, j, samples, rotate);
     }
     for (; j < p.bandWidth; ++j) rotateColumn(p, row, j, outX + j, outY + j);
 }
