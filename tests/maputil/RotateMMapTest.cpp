@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <string>
@@ -165,6 +166,21 @@ std::vector<int32_t> sweepAngles() {
     std::vector<int32_t> angles{0, 1, 30, 45, 89, 90, 180, 270, -90, 359, 720};
     for (int32_t a = -355; a <= 360; a += 23) angles.push_back(a);
     return angles;
+}
+
+// The comparisons below must reach the 128-bit code (NEON on phones without
+// SVE), not only the widest target of the test machine.
+TEST(RotateMMapVector, ChecksTheNarrowVectorTarget) {
+    const std::vector<int64_t> targets = velmo::maputil::compiledVectorTargets();
+#if HWY_ARCH_X86
+    const int64_t narrow = HWY_SSE4;
+#elif HWY_ARCH_ARM_A64
+    const int64_t narrow = HWY_NEON;
+#else
+    const int64_t narrow = targets.empty() ? 0 : targets.back();
+#endif
+    EXPECT_NE(std::find(targets.begin(), targets.end(), narrow), targets.end());
+    EXPECT_GE(targets.size(), 2u);
 }
 
 // Every band width 1..70 (every tail length, with and without whole steps).
