@@ -7,3 +7,5 @@
 #include "utilPlatform.h"
 #include "AlignMode.h"
 #include "gensize/GenSize.h"
+#include "maputil/RotateMMap.h"
+#include "maputil/PowerSaving.h"
