@@ -1,0 +1,161 @@
+#include "vwmt/core/Transpose.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+namespace VWMT {
+
+namespace {
+
+// Square images transpose by swapping across the diagonal, tile by tile so
+// that both the row and the column side stay in cache.
+void transposeSquare(int* img, size_t n) {
+    constexpr size_t kTile = 32;
+    for (size_t rowTile = 0; rowTile < n; rowTile += kTile) {
+        const size_t rowEnd = std::min(rowTile + kTile, n);
+        for (size_t colTile = 0; colTile <= rowTile; colTile += kTile) {
+            for (size_t row = rowTile; row < rowEnd; ++row) {
+                const size_t colEnd = std::min(colTile + kTile, row);
+                for (size_t col = colTile; col < colEnd; ++col) std::swap(img[row * n + col], img[col * n + row]);
+            }
+        }
+    }
+}
+
+// Quotient and remainder by a divisor fixed for a whole transpose. The
+// hardware divide would dominate the cycle walk; a double reciprocal gives the
+// quotient to within one, which the exact remainder then corrects.
+class Divider {
+public:
+    explicit Divider(uint64_t divisor) : divisor_(divisor), reciprocal_(1.0 / static_cast<double>(divisor)) {}
+
+    void divide(uint64_t value, uint64_t& quotient, uint64_t& remainder) const {
+        uint64_t q = static_cast<uint64_t>(static_cast<double>(value) * reciprocal_);
+        if (q * divisor_ > value) --q;
+        uint64_t r = value - q * divisor_;
+        if (r >= divisor_) {
+            ++q;
+            r -= divisor_;
+        }
+        quotient = q;
+        remainder = r;
+    }
+
+private:
+    uint64_t divisor_;
+    double reciprocal_;
+};
+
+// Position p of the H-wide transposed image, row a and column b, receives
+// source pixel (x = a, y = b), which sits at b * W + a.
+class TransposeSource {
+public:
+    TransposeSource(uint64_t W, uint64_t H) : width_(W), byHeight_(H) {}
+    uint64_t operator()(uint64_t p) const {
+        uint64_t a, b;
+        byHeight_.divide(p, a, b);
+        return b * width_ + a;
+    }
+
+private:
+    uint64_t width_;
+    Divider byHeight_;
+};
+
+// Which cycle leaders are done, without a heap allocation: positions below
+// kTracked are marked in a bitmap on the stack; a cycle whose members all lie
+// above it is led by its smallest member, found by walking it.
+class CycleLedger {
+public:
+    static constexpr uint64_t kTracked = 16 * 1024 * 8;
+
+    // Only the words that can be marked for `positions` positions are cleared.
+    explicit CycleLedger(uint64_t positions) {
+        const uint64_t words = (std::min(positions, kTracked) + 63) / 64;
+        std::fill(bits_, bits_ + words, uint64_t{0});
+    }
+
+    bool isNewLeader(uint64_t p, const TransposeSource& source) const {
+        if (p < kTracked) return !isMarked(p);
+        for (uint64_t q = source(p); q != p; q = source(q))
+            if (q < p) return false;
+        return true;
+    }
+
+    void mark(uint64_t p) {
+        if (p < kTracked) bits_[p >> 6] |= uint64_t{1} << (p & 63);
+    }
+
+private:
+    bool isMarked(uint64_t p) const { return (bits_[p >> 6] >> (p & 63)) & 1u; }
+
+    uint64_t bits_[kTracked / 64];
+};
+
+// Non-square images: every cycle of the permutation is rotated once, each
+// position pulling its value from its source.
+void transposeByCycles(int* img, uint64_t W, uint64_t H) {
+    const uint64_t last = W * H - 1;  // positions 0 and last never move
+    const TransposeSource source(W, H);
+    CycleLedger ledger(last);
+    for (uint64_t start = 1; start < last; ++start) {
+        if (!ledger.isNewLeader(start, source)) continue;
+        const int held = img[start];
+        uint64_t p = start;
+        for (uint64_t from = source(p); from != start; from = source(from)) {
+            img[p] = img[from];
+            ledger.mark(p);
+            p = from;
+        }
+        img[p] = held;
+        ledger.mark(p);
+    }
+}
+
+// Transposes in place; false when there is nothing to move.
+bool transposeInPlace(int* img, int W, int H) {
+    if (W < 1 || H < 1) return false;
+    if (W == H) {
+        transposeSquare(img, static_cast<size_t>(W));
+    } else if (W > 1 && H > 1) {
+        transposeByCycles(img, static_cast<uint64_t>(W), static_cast<uint64_t>(H));
+    }
+    return true;
+}
+
+void reverseEachRow(int* img, size_t rows, size_t width) {
+    for (size_t r = 0; r < rows; ++r) std::reverse(img + r * width, img + (r + 1) * width);
+}
+
+void reverseRowOrder(int* img, size_t rows, size_t width) {
+    if (rows < 2) return;
+    for (size_t top = 0, bottom = rows - 1; top < bottom; ++top, --bottom)
+        std::swap_ranges(img + top * width, img + (top + 1) * width, img + bottom * width);
+}
+
+}  // namespace
+
+void transpose_image(int* img, int W, int H) { transposeInPlace(img, W, H); }
+
+// Transposed, the source column x is row x; the clockwise turn reads it from
+// bottom to top.
+void transpose_image_clockwise(int* img, int W, int H) {
+    if (!transposeInPlace(img, W, H)) return;
+    reverseEachRow(img, static_cast<size_t>(W), static_cast<size_t>(H));
+}
+
+// The counter-clockwise turn puts the last source column on top instead.
+void transpose_image_counterclockwise(int* img, int W, int H) {
+    if (!transposeInPlace(img, W, H)) return;
+    reverseRowOrder(img, static_cast<size_t>(W), static_cast<size_t>(H));
+}
+
+void transpose_image_opposite(int* img, int W, int H) {
+    const int64_t count = static_cast<int64_t>(W) * H;
+    if (count < 2) return;
+    std::reverse(img, img + count);
+}
+
+}  // namespace VWMT
