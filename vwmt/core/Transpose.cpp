@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <utility>
 
 namespace VWMT {
@@ -114,13 +115,112 @@ void transposeByCycles(int* img, uint64_t W, uint64_t H) {
     }
 }
 
+// Rectangular images up to kMaxSide on their longer side use the row and
+// column decomposition of the transpose (Catanzaro, Keller and Garland, "A
+// decomposition for in-place matrix transposition", PPoPP 2014): with the
+// image seen as m rows of n, c = gcd(m, n) and b = n / c,
+//   1. column j is rotated down by j / b (nothing to do when c = 1);
+//   2. in every row, the element of source row i and column j moves to column
+//      (j m + i) mod n;
+//   3. in every column, final row r gathers the element of source (i, j) with
+//      j m + i = r n + column, which step 1 left in row (i + j / b) mod m.
+// Each step moves values only within one row or one column, through a
+// stack buffer of one line, and walks its indices incrementally: no division
+// per element and no heap.
+// v mod n for v below 2 n; written for a conditional move, not a branch.
+inline size_t wrap(size_t v, size_t n) {
+    const size_t less = v - n;
+    return v >= n ? less : v;
+}
+
+class LineDecomposition {
+public:
+    static constexpr size_t kMaxSide = 4096;
+
+    LineDecomposition(int* img, size_t rows, size_t cols)
+        : img_(img), m_(rows), n_(cols), b_(cols / std::gcd(rows, cols)) {}
+
+    void run() {
+        rotateColumns();
+        shuffleRows();
+        gatherColumns();
+    }
+
+private:
+    void rotateColumns() {
+        for (size_t j = b_; j < n_; ++j) {
+            const size_t turn = j / b_;  // below gcd(m, n), so below m
+            for (size_t i = 0; i < m_; ++i) line_[i] = at(i, j);
+            for (size_t i = 0; i < m_ - turn; ++i) at(i + turn, j) = line_[i];
+            for (size_t i = m_ - turn; i < m_; ++i) at(i + turn - m_, j) = line_[i];
+        }
+    }
+
+    void shuffleRows() {
+        const size_t mModN = m_ % n_;
+        const size_t lastRowModN = (m_ - 1) % n_;
+        size_t rowModN = 0;
+        for (size_t row = 0; row < m_; ++row, rowModN = wrap(rowModN + 1, n_)) {
+            // Source row i of the element in column j (as i mod n), and j m mod n.
+            size_t i = row, iModN = rowModN, jm = 0;
+            int* line = img_ + row * n_;
+            for (size_t group = 0; group * b_ < n_; ++group) {
+                if (group > 0) {  // each rotation group comes from one row further up
+                    iModN = i == 0 ? lastRowModN : (iModN == 0 ? n_ - 1 : iModN - 1);
+                    i = i == 0 ? m_ - 1 : i - 1;
+                }
+                for (size_t j = group * b_; j < (group + 1) * b_; ++j) {
+                    line_[wrap(jm + iModN, n_)] = line[j];
+                    jm = wrap(jm + mModN, n_);
+                }
+            }
+            std::copy(line_, line_ + n_, line);
+        }
+    }
+
+    // With col < n, the group j / b of the element that lands in row r is
+    // (col + r n) / lcm(m, n) = r / a with a = m / gcd(m, n): the same for
+    // every column. Its source row i = (col + r n) mod m steps by n mod m.
+    void gatherColumns() {
+        const size_t a = m_ / (n_ / b_);
+        const size_t iStep = n_ % m_;
+        size_t firstI = 0;  // col mod m
+        for (size_t col = 0; col < n_; ++col) {
+            for (size_t i = 0; i < m_; ++i) line_[i] = at(i, col);
+            size_t i = firstI;
+            int* out = img_ + col;
+            for (size_t group = 0; group * a < m_; ++group) {
+                for (size_t r = 0; r < a; ++r) {
+                    *out = line_[wrap(i + group, m_)];  // group < gcd(m, n) <= m
+                    out += n_;
+                    i = wrap(i + iStep, m_);
+                }
+            }
+            firstI = wrap(firstI + 1, m_);
+        }
+    }
+
+    int& at(size_t row, size_t col) { return img_[row * n_ + col]; }
+
+    int* img_;
+    size_t m_;
+    size_t n_;
+    size_t b_;
+    int line_[kMaxSide];
+};
+
 // Transposes in place; false when there is nothing to move.
 bool transposeInPlace(int* img, int W, int H) {
     if (W < 1 || H < 1) return false;
+    const size_t width = static_cast<size_t>(W), height = static_cast<size_t>(H);
     if (W == H) {
-        transposeSquare(img, static_cast<size_t>(W));
+        transposeSquare(img, width);
     } else if (W > 1 && H > 1) {
-        transposeByCycles(img, static_cast<uint64_t>(W), static_cast<uint64_t>(H));
+        if (std::max(width, height) <= LineDecomposition::kMaxSide) {
+            LineDecomposition(img, height, width).run();
+        } else {
+            transposeByCycles(img, width, height);
+        }
     }
     return true;
 }
