@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "vwmt/core/InPlaceTranspose.h"
 #include "vwmt/core/Transpose.h"
 
 namespace {
@@ -49,14 +50,40 @@ TEST(Transpose, SmallImageByHand) {
     EXPECT_EQ(img, (std::vector<int>{3, 6, 2, 5, 1, 4}));
 }
 
-// Every shape up to 24 x 24, and large ones whose permutation cycles run past
-// the positions the in-place walk tracks in its bitmap.
+// Every shape up to 24 x 24, and large ones: past the stack copy, with
+// common factors of many kinds, and with a side beyond the line buffer.
 std::vector<std::pair<int, int>> shapes() {
     std::vector<std::pair<int, int>> s;
     for (int W = 1; W <= 24; ++W)
         for (int H = 1; H <= 24; ++H) s.emplace_back(W, H);
-    s.insert(s.end(), {{600, 600}, {601, 599}, {600, 400}, {1000, 7}, {3, 70001}, {640, 480}});
+    s.insert(s.end(), {{600, 600}, {601, 599}, {600, 400}, {66, 50}, {64, 72}, {1000, 7}, {5, 4096}, {3, 70001},
+                       {640, 480}});
     return s;
+}
+
+// Each in-place strategy on its own, against the defining formula, for every
+// shape it accepts.
+TEST(Transpose, EveryStrategyMatchesTheFormula) {
+    using namespace velmo::transpose;
+    for (int W = 1; W <= 40; ++W)
+        for (int H = 1; H <= 40; ++H) {
+            const std::vector<int> src = ramp(W, H);
+            const std::vector<int> expected = turnedCopy(src, W, H, Turn::Transpose);
+            std::vector<int> img = src;
+            byLines(img.data(), W, H);
+            ASSERT_EQ(img, expected) << "lines " << W << "x" << H;
+            img = src;
+            byCycles(img.data(), W, H);
+            ASSERT_EQ(img, expected) << "cycles " << W << "x" << H;
+            img = src;
+            throughStack(img.data(), W, H);
+            ASSERT_EQ(img, expected) << "stack " << W << "x" << H;
+            if (W == H) {
+                img = src;
+                squareBySwaps(img.data(), W);
+                ASSERT_EQ(img, expected) << "square " << W;
+            }
+        }
 }
 
 TEST(Transpose, MatchesTheDefiningFormulasOnEveryShape) {
