@@ -16,20 +16,25 @@ ImageTransformationDescriptor::ImageTransformationDescriptor(int width, int heig
       offsetX_(0.0f),
       offsetY_(0.0f) {}
 
-// Every step goes through a full matrix product (rather than updating the
-// scale and offset directly) so that zero signs and non-finite values combine
-// the way the composed map defines them.
-void ImageTransformationDescriptor::compose(float (*operation)[3]) {
+namespace {
+
+// Pre-multiplies the map by an operation matrix. Every step goes through a
+// full matrix product (rather than updating the scale and offset directly) so
+// that zero signs and non-finite values combine the way the composed map
+// defines them.
+void compose(ImageTransformationDescriptor& map, float (*operation)[3]) {
     float current[3][3];
     float composed[3][3];
-    getCurrentMat(current);
-    matmul(composed, operation, current);
-    updateFromMat(composed);
+    map.getCurrentMat(current);
+    ImageTransformationDescriptor::matmul(composed, operation, current);
+    map.updateFromMat(composed);
 }
+
+}  // namespace
 
 void ImageTransformationDescriptor::applyCropping(float x, float y, float width, float height) {
     float crop[3][3] = {{1.0f, 0.0f, -x}, {0.0f, 1.0f, -y}, {0.0f, 0.0f, 1.0f}};
-    compose(crop);
+    compose(*this, crop);
     curW_ = width;
     curH_ = height;
 }
@@ -38,7 +43,7 @@ void ImageTransformationDescriptor::applyResizing(float width, float height) {
     const float fx = width / curW_;
     const float fy = height / curH_;
     float resize[3][3] = {{fx, 0.0f, 0.0f}, {0.0f, fy, 0.0f}, {0.0f, 0.0f, 1.0f}};
-    compose(resize);
+    compose(*this, resize);
     curW_ = width;
     curH_ = height;
 }

@@ -39,9 +39,6 @@ public:
     void printIntegratedCroppingAndResizingParameter();
 
 private:
-    // Pre-multiplies the map by an operation matrix.
-    void compose(float (*operation)[3]);
-
     float srcW_;
     float srcH_;
     float curW_;
