@@ -89,11 +89,4 @@ TEST(Interp1Sorted, WeightedSumAppliesOneTableToEveryComponent) {
     EXPECT_EQ(out, expected);
 }
 
-TEST(Interp1Sorted, SwapDoublesExchangesFloats) {
-    float a = 1.5f, b = -2.25f;
-    Interp1_Sorted::swapDoubles(&a, &b);
-    EXPECT_EQ(a, -2.25f);
-    EXPECT_EQ(b, 1.5f);
-}
-
 }  // namespace
