@@ -128,9 +128,9 @@ void byCycles(int* img, size_t W, size_t H) {
 //      (j m + i) mod n;
 //   3. in every column, final row r gathers the element of source (i, j) with
 //      j m + i = r n + column, which step 1 left in row (i + j / b) mod m.
-// Each step moves values only within one row or one column, through a
-// stack buffer of one line, and walks its indices incrementally: no division
-// per element and no heap.
+// Each step moves values only within rows or within columns, through one
+// stack buffer, and walks its indices incrementally: no division per element
+// and no heap.
 
 namespace {
 
@@ -142,6 +142,8 @@ inline size_t wrap(size_t v, size_t n) {
 
 class LineDecomposition {
 public:
+    static constexpr size_t kMaxBlock = 16;
+
     LineDecomposition(int* img, size_t rows, size_t cols)
         : img_(img), m_(rows), n_(cols), b_(cols / std::gcd(rows, cols)) {}
 
@@ -152,31 +154,57 @@ public:
     }
 
 private:
+    // Columns go through the buffer a block at a time, as many as fit (and no
+    // more than m, which keeps every row offset below 2 m), so that rows are
+    // read and written in runs of adjacent values.
+    size_t columnsPerBlock() const { return std::min({kMaxBlock, kStackElements / m_, m_}); }
+
+    void loadColumns(size_t first, size_t width) {
+        for (size_t i = 0; i < m_; ++i) std::copy(row(i) + first, row(i) + first + width, line_ + i * width);
+    }
+
     void rotateColumns() {
-        for (size_t j = b_; j < n_; ++j) {
-            const size_t turn = j / b_;  // below gcd(m, n), so below m
-            for (size_t i = 0; i < m_; ++i) line_[i] = at(i, j);
-            for (size_t i = 0; i < m_ - turn; ++i) at(i + turn, j) = line_[i];
-            for (size_t i = m_ - turn; i < m_; ++i) at(i + turn - m_, j) = line_[i];
+        const size_t block = columnsPerBlock();
+        size_t shift[kMaxBlock];
+        for (size_t first = b_; first < n_; first += block) {  // the columns below b do not turn
+            const size_t width = std::min(block, n_ - first);
+            loadColumns(first, width);
+            // Row r of column j takes row (r - j / b) mod m, with 0 < j / b < gcd(m, n) <= m.
+            for (size_t k = 0; k < width; ++k) shift[k] = m_ - (first + k) / b_;
+            for (size_t r = 0; r < m_; ++r) {
+                int* out = row(r) + first;
+                for (size_t k = 0; k < width; ++k) out[k] = line_[wrap(r + shift[k], m_) * width + k];
+            }
         }
     }
 
     void shuffleRows() {
         const size_t mModN = m_ % n_;
+        const size_t twoMModN = wrap(2 * mModN, n_);
         const size_t lastRowModN = (m_ - 1) % n_;
         size_t rowModN = 0;
-        for (size_t row = 0; row < m_; ++row, rowModN = wrap(rowModN + 1, n_)) {
-            // Source row i of the element in column j (as i mod n), and j m mod n.
-            size_t i = row, iModN = rowModN, jm = 0;
-            int* line = img_ + row * n_;
+        for (size_t r = 0; r < m_; ++r, rowModN = wrap(rowModN + 1, n_)) {
+            // Source row i of the element in column j (as i mod n), and j m mod n
+            // for the even and the odd columns of a pair, two chains side by side.
+            size_t i = r, iModN = rowModN, jm = 0;
+            int* line = row(r);
             for (size_t group = 0; group * b_ < n_; ++group) {
                 if (group > 0) {  // each rotation group comes from one row further up
                     iModN = i == 0 ? lastRowModN : (iModN == 0 ? n_ - 1 : iModN - 1);
                     i = i == 0 ? m_ - 1 : i - 1;
                 }
-                for (size_t j = group * b_; j < (group + 1) * b_; ++j) {
+                const size_t end = (group + 1) * b_;
+                size_t j = group * b_;
+                size_t jmOdd = wrap(jm + mModN, n_);
+                for (; j + 1 < end; j += 2) {
                     line_[wrap(jm + iModN, n_)] = line[j];
-                    jm = wrap(jm + mModN, n_);
+                    line_[wrap(jmOdd + iModN, n_)] = line[j + 1];
+                    jm = wrap(jm + twoMModN, n_);
+                    jmOdd = wrap(jmOdd + twoMModN, n_);
+                }
+                if (j < end) {
+                    line_[wrap(jm + iModN, n_)] = line[j];
+                    jm = jmOdd;
                 }
             }
             std::copy(line_, line_ + n_, line);
@@ -185,28 +213,28 @@ private:
 
     // With col < n, the group j / b of the element that lands in row r is
     // (col + r n) / lcm(m, n) = r / a with a = m / gcd(m, n): the same for
-    // every column. Its source row i = (col + r n) mod m steps by n mod m.
+    // every column. Its source row i = (col + r n) mod m steps by n mod m, and
+    // column col + k reads k rows further down.
     void gatherColumns() {
         const size_t a = m_ / (n_ / b_);
         const size_t iStep = n_ % m_;
-        size_t firstI = 0;  // col mod m
-        for (size_t col = 0; col < n_; ++col) {
-            for (size_t i = 0; i < m_; ++i) line_[i] = at(i, col);
-            size_t i = firstI;
-            int* out = img_ + col;
+        const size_t block = columnsPerBlock();
+        for (size_t first = 0; first < n_; first += block) {
+            const size_t width = std::min(block, n_ - first);
+            loadColumns(first, width);
+            size_t i = first % m_;
+            int* out = row(0) + first;
             for (size_t group = 0; group * a < m_; ++group) {
-                for (size_t r = 0; r < a; ++r) {
-                    *out = line_[wrap(i + group, m_)];  // group < gcd(m, n) <= m
-                    out += n_;
+                for (size_t r = 0; r < a; ++r, out += n_) {
+                    const size_t from = wrap(i + group, m_);  // group < gcd(m, n) <= m
+                    for (size_t k = 0; k < width; ++k) out[k] = line_[wrap(from + k, m_) * width + k];
                     i = wrap(i + iStep, m_);
                 }
             }
-            firstI = wrap(firstI + 1, m_);
         }
     }
 
-    int& at(size_t row, size_t col) { return img_[row * n_ + col]; }
-
+    int* row(size_t r) { return img_ + r * n_; }
     int* img_;
     size_t m_;
     size_t n_;
