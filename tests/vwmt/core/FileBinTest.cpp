@@ -81,7 +81,7 @@ TEST(FileBin, SmallBufferTakesOnlyWholeElementsThatFit) {
     EXPECT_EQ(buffer, (std::vector<int>{1, 2, 3, -1, -1}));
 }
 
-TEST(FileBin, UnopenableFiles) {
+TEST(FileBin, OpenAndCloseFailures) {
     const std::string missing = tempPath("does_not_exist.bin");
     std::remove(missing.c_str());
     double value = 0;
@@ -93,6 +93,12 @@ TEST(FileBin, UnopenableFiles) {
     testing::internal::CaptureStdout();
     EXPECT_EQ(File_Bin::write(noDirectory.c_str(), &value, 8, 1, false), 1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "The file " + noDirectory + " was not opened\n");
+
+    // The write is buffered and succeeds; flushing it on close finds the device full.
+    double pair[2] = {1, 2};
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(File_Bin::write("/dev/full", pair, sizeof(double), 2, false), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
 TEST(CalibrationDataReader, TablesReadTheCountsTheirSizesImply) {
