@@ -1,0 +1,7 @@
+#include "gensize/GenSize.h"
+
+namespace GENSIZE {
+int debugLevel = 0;
+}  // namespace GENSIZE
+
+int gRatioMode = 0;
