@@ -5,6 +5,7 @@
 // line and the text of every nested record. The layouts are tables, so the
 // print order of a record is read off one list instead of a chain of calls.
 
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -43,9 +44,10 @@ struct RecordLayout {
     std::size_t nestedCount;
 };
 
-// Appends field lines to a caller-owned buffer. The first line that does not
-// fit (its length reaches the space left) or fails to format marks the writer
-// failed; later lines are ignored.
+// Appends "[<type>] %-20s : %d\n" / "%f\n" field lines to a caller-owned
+// buffer, formatted directly rather than through printf (the dumps run on every
+// frame). The first line that does not fit (its length reaches the space left)
+// or fails to format marks the writer failed; later lines are ignored.
 class FieldLineWriter {
 public:
     FieldLineWriter(char* buffer, std::size_t capacity, const char* typeName);
@@ -58,12 +60,16 @@ public:
     std::size_t length() const { return length_; }
 
 private:
-    void accept(int written);
+    // The longest "%f" of a float: 39 integer digits, a sign, a point and 6 decimals.
+    static constexpr std::size_t kMaxValueLength = 64;
+
+    void addLine(const char* name, const char* value, std::to_chars_result formatted);
 
     char* buffer_;
     std::size_t capacity_;
     std::size_t length_ = 0;
     const char* typeName_;
+    std::size_t typeNameLength_;
     bool failed_ = false;
 };
 
