@@ -11,35 +11,16 @@ namespace gensize {
 
 namespace {
 
-// Room for one field line: brackets, the name padded to 20, " : " and a value
-// as long as "%f" prints ordinary sizes and angles.
-std::size_t lineSizeHint(const char* typeName, const char* fieldName) {
-    constexpr std::size_t kPaddedName = 20;
-    constexpr std::size_t kValue = 16;
-    return std::strlen(typeName) + std::max(std::strlen(fieldName), kPaddedName) + kValue + 8;
-}
-
-std::size_t textSizeHint(const RecordLayout& layout) {
-    std::size_t size = 0;
-    for (std::size_t i = 0; i < layout.fieldCount; ++i) {
-        size += lineSizeHint(layout.typeName, layout.fields[i].name);
-    }
-    for (std::size_t i = 0; i < layout.nestedCount; ++i) {
-        size += std::strlen(layout.nested[i].header) + textSizeHint(*layout.nested[i].layout);
-    }
-    return size;
-}
-
 void addField(FieldLineWriter& writer, const FieldFormat& field, const void* record) {
     const char* at = static_cast<const char*>(record) + field.offset;
     if (field.kind == FieldKind::Float) {
         float value;
         std::memcpy(&value, at, sizeof value);
-        writer.add(field.name, value);
+        writer.add(field.name, field.nameLength, value);
     } else {
         int32_t value;
         std::memcpy(&value, at, sizeof value);
-        writer.add(field.name, value);
+        writer.add(field.name, field.nameLength, value);
     }
 }
 
@@ -50,30 +31,33 @@ FieldLineWriter::FieldLineWriter(char* buffer, std::size_t capacity, const char*
     if (capacity_ > 0) buffer_[0] = '\0';
 }
 
-void FieldLineWriter::add(const char* name, int32_t value) {
+void FieldLineWriter::add(const char* name, int32_t value) { add(name, std::strlen(name), value); }
+void FieldLineWriter::add(const char* name, float value) { add(name, std::strlen(name), value); }
+
+void FieldLineWriter::add(const char* name, std::size_t nameLength, int32_t value) {
     char digits[kMaxValueLength];
     const std::to_chars_result written = std::to_chars(digits, digits + sizeof digits, value);
-    addLine(name, digits, written);
+    addLine(name, nameLength, digits, written);
 }
 
 // "%f": fixed notation with six decimals, exactly as printf rounds it.
-void FieldLineWriter::add(const char* name, float value) {
+void FieldLineWriter::add(const char* name, std::size_t nameLength, float value) {
     char digits[kMaxValueLength];
     const std::to_chars_result written =
         std::to_chars(digits, digits + sizeof digits, printable(value), std::chars_format::fixed, 6);
-    addLine(name, digits, written);
+    addLine(name, nameLength, digits, written);
 }
 
 // Appends "[<type>] <name padded to 20> : <value>\n" and its terminator, or
 // fails when the line and terminator do not fit in the space left.
-void FieldLineWriter::addLine(const char* name, const char* value, std::to_chars_result formatted) {
+void FieldLineWriter::addLine(const char* name, std::size_t nameLength, const char* value,
+                              std::to_chars_result formatted) {
     if (failed_) return;
     if (formatted.ec != std::errc{}) {
         failed_ = true;
         return;
     }
     constexpr std::size_t kNameWidth = 20;
-    const std::size_t nameLength = std::strlen(name);
     const std::size_t padding = nameLength < kNameWidth ? kNameWidth - nameLength : 0;
     const std::size_t valueLength = static_cast<std::size_t>(formatted.ptr - value);
     const std::size_t lineLength = typeNameLength_ + nameLength + padding + valueLength + 7;
@@ -116,9 +100,9 @@ void appendRecordText(std::string& out, const RecordLayout& layout, const void* 
     }
 }
 
-std::string recordText(const RecordLayout& layout, const void* record) {
+std::string recordText(const RecordLayout& layout, const void* record, std::size_t sizeHint) {
     std::string text;
-    text.reserve(textSizeHint(layout));
+    text.reserve(sizeHint);
     appendRecordText(text, layout, record);
     return text;
 }
