@@ -186,23 +186,39 @@ TEST_F(GenSizeProcTest, VelmoZoomBelowOneGrowsTheWindowPastItsInput) {
     EXPECT_EQ(window(po.rrz_zoom_auxi), (Window{4000, 3000, 2147481648, 2147482898, 8000, 4500, 1024, 576}));
 }
 
-TEST_F(GenSizeProcTest, CropModesZeroAndThreeLeaveTheCallersWindows) {
-    for (int32_t feature : {kSat, kVelmo}) {
-        for (int32_t cropMode : {0, 3}) {
-            InitIn cfg = dualTwelveMegapixel(featureWord(feature, cropMode));
-            const InitOut io = referenceSizes(cfg);
-            ProcIn pi = configuredCrops(io, 2.0f);
-            ProcOut po = untouchedOutput();
-            ASSERT_EQ(GenSizeProc(po, pi, cfg), 0u);
-            const Window untouched{kUntouchedField, kUntouchedField, kUntouchedField, kUntouchedField,
-                                   kUntouchedField, kUntouchedField, kUntouchedField, kUntouchedField};
-            EXPECT_EQ(window(po.rrz_zoom_main), untouched) << feature << "/" << cropMode;
-            EXPECT_EQ(window(po.rrz_zoom_auxi), untouched);
-            EXPECT_EQ(window(po.traw_main), untouched);
-            EXPECT_EQ(window(po.traw_auxi), untouched);
-            EXPECT_EQ(po.dpe.dpe_frm_w, io.dpe.dpe_frm_w);  // the stage sizes are still filled
-        }
+TEST_F(GenSizeProcTest, CropModesWithoutWindowsLeaveTheCallersWindows) {
+    struct Case {
+        int32_t feature;
+        int32_t cropMode;
+    };
+    for (const Case& c : {Case{kSat, 0}, Case{kSat, 3}, Case{kVelmo, 0}, Case{kVelmo, 1}, Case{kVelmo, 3}}) {
+        InitIn cfg = dualTwelveMegapixel(featureWord(c.feature, c.cropMode));
+        const InitOut io = referenceSizes(cfg);
+        ProcIn pi = configuredCrops(io, 2.0f);
+        ProcOut po = untouchedOutput();
+        ASSERT_EQ(GenSizeProc(po, pi, cfg), 0u);
+        const Window untouched{kUntouchedField, kUntouchedField, kUntouchedField, kUntouchedField,
+                               kUntouchedField, kUntouchedField, kUntouchedField, kUntouchedField};
+        EXPECT_EQ(window(po.rrz_zoom_main), untouched) << c.feature << "/" << c.cropMode;
+        EXPECT_EQ(window(po.rrz_zoom_auxi), untouched);
+        EXPECT_EQ(window(po.traw_main), untouched);
+        EXPECT_EQ(window(po.traw_auxi), untouched);
+        EXPECT_EQ(po.dpe.dpe_frm_w, io.dpe.dpe_frm_w);  // the stage sizes are still filled
     }
+}
+
+TEST_F(GenSizeProcTest, SatCropModeTwoUsesTheConfiguredWindowsWhateverTheZoom) {
+    InitIn cfg = dualTwelveMegapixel(featureWord(kSat, 2));
+    const InitOut io = referenceSizes(cfg);
+    expectModuleSizes(io);
+    ProcIn pi = configuredCrops(io, 2.0f);
+    pi.p1_main.usage_w = 2000;  // P1's crops play no part either
+    ProcOut po = untouchedOutput();
+    ASSERT_EQ(GenSizeProc(po, pi, cfg), 0u);
+    EXPECT_EQ(window(po.rrz_zoom_main), (Window{4000, 3000, 0, 375, 4000, 2250, 1920, 1080}));
+    EXPECT_EQ(window(po.rrz_zoom_auxi), (Window{4000, 3000, 0, 375, 4000, 2250, 1024, 576}));
+    EXPECT_EQ(window(po.traw_main), Window{});
+    EXPECT_EQ(window(po.traw_auxi), Window{});
 }
 
 // ---- stage sizes -------------------------------------------------------------------
