@@ -13,11 +13,11 @@
 
 #include "common/Numerics.h"
 #include "gensize/GenSizeRecords.h"
+#include "gensize/RecordText.h"  // kLogTag
 
 namespace velmo {
 namespace gensize {
 
-constexpr const char* kLogTag = "GenSize";
 constexpr const char* kVersion = "v3.0.47.20240321";
 
 // The degree-to-radian factor of the sizing rules: a truncated constant, used

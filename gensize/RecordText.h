@@ -13,6 +13,9 @@
 namespace velmo {
 namespace gensize {
 
+// Tag of every GenSize log line.
+constexpr const char* kLogTag = "GenSize";
+
 // Size of the buffer one record's own field lines must fit in, terminator
 // included. A record whose lines do not fit renders as kRecordTextError.
 constexpr std::size_t kRecordTextCapacity = 4096;

@@ -1,7 +1,0 @@
-#include "gensize/GenSize.h"
-
-namespace GENSIZE {
-int debugLevel = 0;
-}  // namespace GENSIZE
-
-int gRatioMode = 0;
