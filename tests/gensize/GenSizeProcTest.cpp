@@ -39,6 +39,8 @@ constexpr int32_t featureWord(int32_t feature, int32_t cropMode) { return featur
 
 constexpr unsigned char kUntouched = 0x5a;
 constexpr int32_t kUntouchedField = 0x5a5a5a5a;
+constexpr Window kUntouchedWindow{kUntouchedField, kUntouchedField, kUntouchedField, kUntouchedField,
+                                  kUntouchedField, kUntouchedField, kUntouchedField, kUntouchedField};
 
 InitIn dualTwelveMegapixel(int32_t word) {
     InitIn in{};
@@ -97,6 +99,15 @@ ProcOut untouchedOutput() {
     return po;
 }
 
+// The "[Gensize Error]" lines of the SAT consistency checks.
+std::vector<std::string> errorLines(const LogCapture& log) {
+    std::vector<std::string> errors;
+    for (const std::string& line : log.texts()) {
+        if (line.rfind("[Gensize Error]", 0) == 0) errors.push_back(line);
+    }
+    return errors;
+}
+
 bool contains(const std::vector<std::string>& lines, const std::string& line) {
     for (const std::string& l : lines) {
         if (l == line) return true;
@@ -104,11 +115,16 @@ bool contains(const std::vector<std::string>& lines, const std::string& line) {
     return false;
 }
 
+// Every log line of a test goes to `log`; tests clear it before the call they check.
 class GenSizeProcTest : public ::testing::Test {
 protected:
     void SetUp() override { GENSIZE::debugLevel = 0; }
     void TearDown() override { GENSIZE::debugLevel = 0; }
+
+    std::vector<std::string> debugBlockLines(const char* level);
+
     ScopedProperties properties;
+    LogCapture log;
 };
 
 // Preconditions of the hand calculations below.
@@ -197,12 +213,10 @@ TEST_F(GenSizeProcTest, CropModesWithoutWindowsLeaveTheCallersWindows) {
         ProcIn pi = configuredCrops(io, 2.0f);
         ProcOut po = untouchedOutput();
         ASSERT_EQ(GenSizeProc(po, pi, cfg), 0u);
-        const Window untouched{kUntouchedField, kUntouchedField, kUntouchedField, kUntouchedField,
-                               kUntouchedField, kUntouchedField, kUntouchedField, kUntouchedField};
-        EXPECT_EQ(window(po.rrz_zoom_main), untouched) << c.feature << "/" << c.cropMode;
-        EXPECT_EQ(window(po.rrz_zoom_auxi), untouched);
-        EXPECT_EQ(window(po.traw_main), untouched);
-        EXPECT_EQ(window(po.traw_auxi), untouched);
+        EXPECT_EQ(window(po.rrz_zoom_main), kUntouchedWindow) << c.feature << "/" << c.cropMode;
+        EXPECT_EQ(window(po.rrz_zoom_auxi), kUntouchedWindow);
+        EXPECT_EQ(window(po.traw_main), kUntouchedWindow);
+        EXPECT_EQ(window(po.traw_auxi), kUntouchedWindow);
         EXPECT_EQ(po.dpe.dpe_frm_w, io.dpe.dpe_frm_w);  // the stage sizes are still filled
     }
 }
@@ -296,7 +310,7 @@ TEST_F(GenSizeProcTest, SatFollowsTheMainCropAndKeepsTheAuxiliaryView) {
     expectModuleSizes(io);
     ProcIn pi = configuredCrops(io, 2.0f);
     pi.p1_main = {4000, 3000, 1000, 750, 2000, 1124, 1900, 1068, 0, 0, 0, 0};
-    LogCapture log;
+    log.clear();
     ProcOut po = untouchedOutput();
     ASSERT_EQ(GenSizeProc(po, pi, cfg), 0u);
 
@@ -309,7 +323,7 @@ TEST_F(GenSizeProcTest, SatFollowsTheMainCropAndKeepsTheAuxiliaryView) {
     // 1024 / 4000 x 4000 = 1024 and 576 / 2250 x 2250 = 576: nothing.
     EXPECT_EQ(window(po.rrz_zoom_auxi), (Window{4000, 3000, 0, 375, 4000, 2250, 1024, 576}));
     EXPECT_EQ(window(po.traw_auxi), (Window{1024, 576, 0, 0, 1024, 576, 1024, 576}));
-    for (const std::string& line : log.texts()) EXPECT_EQ(line.find("[Gensize Error]"), std::string::npos) << line;
+    EXPECT_TRUE(errorLines(log).empty());
 }
 
 TEST_F(GenSizeProcTest, AllZeroFeatureWordIsSatCropModeOne) {
@@ -320,7 +334,7 @@ TEST_F(GenSizeProcTest, AllZeroFeatureWordIsSatCropModeOne) {
     expectModuleSizes(io);
     ProcIn pi = configuredCrops(io, 1.0f);
     properties.set("vendor.debug.velmoUtil.gensize.debuglevel", "1");
-    LogCapture log;
+    log.clear();
     ProcOut po = untouchedOutput();
     ASSERT_EQ(GenSizeProc(po, pi, cfg), 0u);
     EXPECT_EQ(window(po.traw_main), (Window{1920, 1080, 0, 0, 1920, 1080, 960, 540}));
@@ -337,7 +351,7 @@ TEST_F(GenSizeProcTest, SatCheckOneAuxiliaryCroppedMoreThanConfigured) {
     pi.p1_auxi.usage_w = 3999;  // one pixel narrower than configured
     pi.p1_auxi.out_w = 1000;
     pi.p1_auxi.out_h = 563;
-    LogCapture log;
+    log.clear();
     ProcOut po = untouchedOutput();
     ASSERT_EQ(GenSizeProc(po, pi, cfg), 0u);
 
@@ -348,11 +362,7 @@ TEST_F(GenSizeProcTest, SatCheckOneAuxiliaryCroppedMoreThanConfigured) {
     EXPECT_EQ(window(po.rrz_zoom_main), (Window{4000, 3000, 1, 375, 3998, 2250, 1920, 1080}));
     EXPECT_EQ(window(po.traw_auxi), (Window{1000, 563, 0, 0, 1000, 563, 960, 562}));
 
-    std::vector<std::string> errors;
-    for (const std::string& line : log.texts()) {
-        if (line.rfind("[Gensize Error]", 0) == 0) errors.push_back(line);
-    }
-    EXPECT_EQ(errors, (std::vector<std::string>{
+    EXPECT_EQ(errorLines(log), (std::vector<std::string>{
                           "[Gensize Error] sub FOV < main FOV after p1 crop, SAT auxi P1 crop more than gensize init "
                           "configuration,  n3d should not learning\n",
                           "[Gensize Error] rrz_zoom_zuxi in_w: 4000, in_h: 3000, usage_w: 3999, usage_h: 2250, "
@@ -366,17 +376,13 @@ TEST_F(GenSizeProcTest, SatCheckTwoTrawWindowTallerThanItsInput) {
     expectModuleSizes(io);
     ProcIn pi = configuredCrops(io, 1.0f);
     pi.p1_auxi.out_h = 563;  // 563 / 2250 x 2250 rounds up in single precision: 564 rows
-    LogCapture log;
+    log.clear();
     ProcOut po = untouchedOutput();
     ASSERT_EQ(GenSizeProc(po, pi, cfg), 0u);
     // Uncropped, height aligned down to 16: 560.
     EXPECT_EQ(window(po.traw_auxi), (Window{1024, 563, 0, 0, 1024, 563, 1024, 560}));
     EXPECT_EQ(window(po.rrz_zoom_auxi), (Window{4000, 3000, 0, 375, 4000, 2250, 1024, 563}));
-    std::vector<std::string> errors;
-    for (const std::string& line : log.texts()) {
-        if (line.rfind("[Gensize Error]", 0) == 0) errors.push_back(line);
-    }
-    EXPECT_EQ(errors, std::vector<std::string>{"[Gensize Error] sub cam occurs negative traw offset!\n"});
+    EXPECT_EQ(errorLines(log), std::vector<std::string>{"[Gensize Error] sub cam occurs negative traw offset!\n"});
 }
 
 TEST_F(GenSizeProcTest, SatCheckThreeResizerWindowWiderThanItsInput) {
@@ -390,17 +396,13 @@ TEST_F(GenSizeProcTest, SatCheckThreeResizerWindowWiderThanItsInput) {
     ProcIn pi = configuredCrops(io, 1.0f);
     pi.p1_auxi.out_w = 2000;  // 2000 / 4000 x 4000 and 1125 / 2250 x 2250 are exact
     pi.p1_auxi.out_h = 1125;
-    LogCapture log;
+    log.clear();
     ProcOut po = untouchedOutput();
     ASSERT_EQ(GenSizeProc(po, pi, cfg), 0u);
     // Without the check the offset would be (3999 - 4000) / 2 wrapped = 2147483647.
     EXPECT_EQ(window(po.rrz_zoom_auxi), (Window{3999, 3000, 0, 375, 4000, 2250, 2000, 1125}));
     EXPECT_EQ(window(po.traw_auxi), (Window{2000, 1125, 0, 0, 2000, 1125, 1024, 576}));
-    std::vector<std::string> errors;
-    for (const std::string& line : log.texts()) {
-        if (line.rfind("[Gensize Error]", 0) == 0) errors.push_back(line);
-    }
-    EXPECT_EQ(errors, std::vector<std::string>{"[Gensize Error] sub cam occurs negative traw offset!\n"});
+    EXPECT_EQ(errorLines(log), std::vector<std::string>{"[Gensize Error] sub cam occurs negative traw offset!\n"});
 }
 
 // ---- failures and unsupported words ---------------------------------------------------------
@@ -417,7 +419,7 @@ TEST_F(GenSizeProcTest, FailedSizingLeavesTheOutputUntouched) {
         cfg.ai_tracking_h = 3600;  // 360 / 3600 = 0.1: low band
         ProcIn pi{};
         gen_procIn_testcase(pi, cfg);
-        LogCapture log;
+        log.clear();
         ProcOut po = untouchedOutput();
         EXPECT_EQ(GenSizeProc(po, pi, cfg), 5u);
         const ProcOut untouched = untouchedOutput();
@@ -432,16 +434,14 @@ TEST_F(GenSizeProcTest, UnsupportedFeatureWordFillsZeroSizesWithoutSizing) {
         InitIn cfg = dualTwelveMegapixel(word);
         ProcIn pi{};
         gen_procIn_testcase(pi, cfg);
-        LogCapture log;
+        log.clear();
         ProcOut po = untouchedOutput();
         EXPECT_EQ(GenSizeProc(po, pi, cfg), 0u);
         EXPECT_EQ(log.texts(), std::vector<std::string>{
                                    "[GenSizeProc] GenSizeProc error, currently not support SAT + Velmo yet\n"});
 
-        const Window untouched{kUntouchedField, kUntouchedField, kUntouchedField, kUntouchedField,
-                               kUntouchedField, kUntouchedField, kUntouchedField, kUntouchedField};
-        EXPECT_EQ(window(po.rrz_zoom_main), untouched);
-        EXPECT_EQ(window(po.traw_auxi), untouched);
+        EXPECT_EQ(window(po.rrz_zoom_main), kUntouchedWindow);
+        EXPECT_EQ(window(po.traw_auxi), kUntouchedWindow);
         EXPECT_EQ(po.rrz_zoom_main.p1_fe_w, 0);
         EXPECT_EQ(po.rrz_zoom_auxi.p1_fe_h, 0);
         EXPECT_EQ(po.rrz_zoom_auxi.p1_depth_w, 0);
@@ -454,14 +454,13 @@ TEST_F(GenSizeProcTest, UnsupportedFeatureWordFillsZeroSizesWithoutSizing) {
 
 // ---- debug block --------------------------------------------------------------------------------
 
-std::vector<std::string> debugBlockLines(const char* level) {
-    ScopedProperties properties;
+std::vector<std::string> GenSizeProcTest::debugBlockLines(const char* level) {
     properties.set("vendor.debug.velmoUtil.gensize.debuglevel", level);
     InitIn cfg = dualTwelveMegapixel(featureWord(kVelmo, 2));
     ProcIn pi{};
     gen_procIn_testcase(pi, cfg);
     pi.zoom_ratio = 2.0f;
-    LogCapture log;
+    log.clear();
     ProcOut po{};
     EXPECT_EQ(GenSizeProc(po, pi, cfg), 0u);
     // Everything after GenSizeInit's own output record dump.
@@ -506,7 +505,7 @@ TEST_F(GenSizeProcTest, SampleInputAndItsDump) {
     EXPECT_EQ(window(pi.p1_auxi), (Window{4096, 2304, 0, 0, 4096, 2304, 2586, 1456}));
     EXPECT_EQ(pi.p1_main.p1_fe_w, 77);
 
-    LogCapture log;
+    log.clear();
     show_proc_in_log(pi);
     EXPECT_EQ(log.texts(), (std::vector<std::string>{
                                "[GensizeProc][STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT][DEBUG]\n",
@@ -523,7 +522,7 @@ TEST_F(GenSizeProcTest, OutputDumpAddsStagesFromLevel2) {
     po.traw_auxi.out_w = 960;
     GENSIZE::debugLevel = 1;
     {
-        LogCapture log;
+        log.clear();
         show_proc_out_log(po);
         EXPECT_EQ(log.texts(), (std::vector<std::string>{
                                    "[GensizeProc][STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT][DEBUG]\n",
@@ -538,7 +537,7 @@ TEST_F(GenSizeProcTest, OutputDumpAddsStagesFromLevel2) {
                                }));
     }
     GENSIZE::debugLevel = 2;
-    LogCapture log;
+    log.clear();
     show_proc_out_log(po);
     const std::vector<std::string> lines = log.texts();
     const std::vector<std::string> labels = {
