@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <utility>
 
 #include "common/Numerics.h"
@@ -52,7 +51,7 @@ int32_t sizeField(float v) { return toField(velmo::toUint32(v)); }
 int32_t floorToMultiple(float v, float n) { return sizeField(std::floor(v / n) * n); }
 int32_t ceilToMultiple(float v, float n) { return sizeField(std::ceil(v / n) * n); }
 
-// The TRAW resizer writes whole 64-pixel blocks per line.
+// TRAW outputs are whole multiples of 64 pixels wide.
 int32_t alignDown64(int32_t v) { return floorToMultiple(sizeToFloat(v), 64.0f); }
 
 // Even height of a `width`-wide image with the aspect of `fe`.
@@ -192,7 +191,8 @@ void satCheckAuxiCroppedTooMuch(ProcOut& po, const ProcIn& pi, const InitOut& io
               zoomAuxi.in_w, zoomAuxi.in_h, zoomAuxi.usage_w, zoomAuxi.usage_h, zoomAuxi.offset_x,
               zoomAuxi.offset_y);
 
-    // Narrow the main window a little so that its view stays inside the auxiliary one.
+    // Narrow the main window a little (width only) so that its view stays
+    // inside the narrowed auxiliary one.
     Rrz& zoomMain = po.rrz_zoom_main;
     zoomMain.usage_w = toField(u(zoomMain.usage_w) - 2u);
     zoomMain.offset_x = centredOffset(zoomMain.in_w, zoomMain.usage_w);
