@@ -7,7 +7,7 @@
 
 #include "common/Numerics.h"
 #include "gensize/GenSize.h"
-#include "gensize/RecordText.h"
+#include "gensize/GenSizeInternal.h"
 #include "platform/Log.h"
 
 using velmo::printable;

@@ -176,22 +176,27 @@ constexpr RecordLayout kInitOutLayout =
 }  // namespace gensize
 }  // namespace velmo
 
-using velmo::gensize::recordText;
+namespace {
 
-std::string STEREO_KERNEL_GEN_SIZE_SENSOR_STRUCT::toString() { return recordText(velmo::gensize::kSensorLayout, this); }
-std::string STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT::toString() { return recordText(velmo::gensize::kInitInLayout, this); }
-std::string STEREO_KERNEL_GEN_SIZE_RRZ_STAGE_STRUCT::toString() { return recordText(velmo::gensize::kRrzLayout, this); }
-std::string STEREO_KERNEL_GEN_SIZE_P1_STAGE_STRUCT::toString() { return recordText(velmo::gensize::kP1Layout, this); }
-std::string STEREO_KERNEL_GEN_SIZE_FE_STAGE_STRUCT::toString() { return recordText(velmo::gensize::kFeLayout, this); }
-std::string STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT::toString() {
-    return recordText(velmo::gensize::kWpeTrawLayout, this);
+// Each record's text, in a string reserved once for its usual size.
+template <const velmo::gensize::RecordLayout& Layout>
+std::string textOf(const void* record) {
+    static constexpr std::size_t kSizeHint = velmo::gensize::textSizeHint(Layout);
+    return velmo::gensize::recordText(Layout, record, kSizeHint);
 }
-std::string STEREO_KERNEL_GEN_SIZE_N3D_CAM_STRUCT::toString() { return recordText(velmo::gensize::kN3dCamLayout, this); }
-std::string STEREO_KERNEL_GEN_SIZE_DPE_STAGE_STRUCT::toString() { return recordText(velmo::gensize::kDpeLayout, this); }
-std::string STEREO_KERNEL_GEN_SIZE_ME_STAGE_STRUCT::toString() { return recordText(velmo::gensize::kMeLayout, this); }
-std::string STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT::toString() {
-    return recordText(velmo::gensize::kInitOutLayout, this);
-}
-std::string STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT::toString() {
-    return recordText(velmo::gensize::kTrawRzLayout, this);
-}
+
+}  // namespace
+
+using namespace velmo::gensize;
+
+std::string STEREO_KERNEL_GEN_SIZE_SENSOR_STRUCT::toString() { return textOf<kSensorLayout>(this); }
+std::string STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT::toString() { return textOf<kInitInLayout>(this); }
+std::string STEREO_KERNEL_GEN_SIZE_RRZ_STAGE_STRUCT::toString() { return textOf<kRrzLayout>(this); }
+std::string STEREO_KERNEL_GEN_SIZE_P1_STAGE_STRUCT::toString() { return textOf<kP1Layout>(this); }
+std::string STEREO_KERNEL_GEN_SIZE_FE_STAGE_STRUCT::toString() { return textOf<kFeLayout>(this); }
+std::string STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT::toString() { return textOf<kWpeTrawLayout>(this); }
+std::string STEREO_KERNEL_GEN_SIZE_N3D_CAM_STRUCT::toString() { return textOf<kN3dCamLayout>(this); }
+std::string STEREO_KERNEL_GEN_SIZE_DPE_STAGE_STRUCT::toString() { return textOf<kDpeLayout>(this); }
+std::string STEREO_KERNEL_GEN_SIZE_ME_STAGE_STRUCT::toString() { return textOf<kMeLayout>(this); }
+std::string STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT::toString() { return textOf<kInitOutLayout>(this); }
+std::string STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT::toString() { return textOf<kTrawRzLayout>(this); }

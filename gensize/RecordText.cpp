@@ -1,7 +1,7 @@
 #include "gensize/RecordText.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <charconv>
 #include <cstring>
 
 #include "common/Numerics.h"
@@ -11,64 +11,75 @@ namespace gensize {
 
 namespace {
 
-// Room for one field line: brackets, the name padded to 20, " : " and a value
-// as long as "%f" prints ordinary sizes and angles.
-std::size_t lineSizeHint(const char* typeName, const char* fieldName) {
-    constexpr std::size_t kPaddedName = 20;
-    constexpr std::size_t kValue = 16;
-    return std::strlen(typeName) + std::max(std::strlen(fieldName), kPaddedName) + kValue + 8;
-}
-
-std::size_t textSizeHint(const RecordLayout& layout) {
-    std::size_t size = 0;
-    for (std::size_t i = 0; i < layout.fieldCount; ++i) {
-        size += lineSizeHint(layout.typeName, layout.fields[i].name);
-    }
-    for (std::size_t i = 0; i < layout.nestedCount; ++i) {
-        size += std::strlen(layout.nested[i].header) + textSizeHint(*layout.nested[i].layout);
-    }
-    return size;
-}
-
 void addField(FieldLineWriter& writer, const FieldFormat& field, const void* record) {
     const char* at = static_cast<const char*>(record) + field.offset;
     if (field.kind == FieldKind::Float) {
         float value;
         std::memcpy(&value, at, sizeof value);
-        writer.add(field.name, value);
+        writer.add(field.name, field.nameLength, value);
     } else {
         int32_t value;
         std::memcpy(&value, at, sizeof value);
-        writer.add(field.name, value);
+        writer.add(field.name, field.nameLength, value);
     }
 }
 
 }  // namespace
 
 FieldLineWriter::FieldLineWriter(char* buffer, std::size_t capacity, const char* typeName)
-    : buffer_(buffer), capacity_(capacity), typeName_(typeName) {
+    : buffer_(buffer), capacity_(capacity), typeName_(typeName), typeNameLength_(std::strlen(typeName)) {
     if (capacity_ > 0) buffer_[0] = '\0';
 }
 
-void FieldLineWriter::add(const char* name, int32_t value) {
-    if (failed_) return;
-    accept(std::snprintf(buffer_ + length_, capacity_ - length_, "[%s] %-20s : %d\n", typeName_, name, value));
+void FieldLineWriter::add(const char* name, int32_t value) { add(name, std::strlen(name), value); }
+void FieldLineWriter::add(const char* name, float value) { add(name, std::strlen(name), value); }
+
+void FieldLineWriter::add(const char* name, std::size_t nameLength, int32_t value) {
+    char digits[kMaxValueLength];
+    const std::to_chars_result written = std::to_chars(digits, digits + sizeof digits, value);
+    addLine(name, nameLength, digits, written);
 }
 
-void FieldLineWriter::add(const char* name, float value) {
-    if (failed_) return;
-    accept(std::snprintf(buffer_ + length_, capacity_ - length_, "[%s] %-20s : %f\n", typeName_, name,
-                         printable(value)));
+// "%f": fixed notation with six decimals, exactly as printf rounds it.
+void FieldLineWriter::add(const char* name, std::size_t nameLength, float value) {
+    char digits[kMaxValueLength];
+    const std::to_chars_result written =
+        std::to_chars(digits, digits + sizeof digits, printable(value), std::chars_format::fixed, 6);
+    addLine(name, nameLength, digits, written);
 }
 
-void FieldLineWriter::accept(int written) {
-    // A line exactly as long as the space left has lost its last byte to the
-    // terminator: that counts as not fitting too.
-    if (written < 0 || static_cast<std::size_t>(written) >= capacity_ - length_) {
+// Appends "[<type>] <name padded to 20> : <value>\n" and its terminator, or
+// fails when the line and terminator do not fit in the space left.
+void FieldLineWriter::addLine(const char* name, std::size_t nameLength, const char* value,
+                              std::to_chars_result formatted) {
+    if (failed_) return;
+    if (formatted.ec != std::errc{}) {
         failed_ = true;
         return;
     }
-    length_ += static_cast<std::size_t>(written);
+    constexpr std::size_t kNameWidth = 20;
+    const std::size_t padding = nameLength < kNameWidth ? kNameWidth - nameLength : 0;
+    const std::size_t valueLength = static_cast<std::size_t>(formatted.ptr - value);
+    const std::size_t lineLength = typeNameLength_ + nameLength + padding + valueLength + 7;
+    if (lineLength >= capacity_ - length_) {
+        failed_ = true;
+        return;
+    }
+    char* at = buffer_ + length_;
+    const auto put = [&at](const char* text, std::size_t size) {
+        std::memcpy(at, text, size);
+        at += size;
+    };
+    put("[", 1);
+    put(typeName_, typeNameLength_);
+    put("] ", 2);
+    put(name, nameLength);
+    std::memset(at, ' ', padding);
+    at += padding;
+    put(" : ", 3);
+    put(value, valueLength);
+    put("\n", 2);  // the line end and the terminator
+    length_ += lineLength;
 }
 
 void appendRecordText(std::string& out, const RecordLayout& layout, const void* record, std::size_t capacity) {
@@ -89,9 +100,9 @@ void appendRecordText(std::string& out, const RecordLayout& layout, const void* 
     }
 }
 
-std::string recordText(const RecordLayout& layout, const void* record) {
+std::string recordText(const RecordLayout& layout, const void* record, std::size_t sizeHint) {
     std::string text;
-    text.reserve(textSizeHint(layout));
+    text.reserve(sizeHint);
     appendRecordText(text, layout, record);
     return text;
 }

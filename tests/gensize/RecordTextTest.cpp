@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstddef>
 #include <cstring>
 #include <string>
@@ -143,6 +144,30 @@ TEST(RecordText, OutputRecordNestsCamerasStagesAndHeadersVerbatim) {
               std::string::npos);
     EXPECT_NE(out.toString().find("[STEREO_KERNEL_GEN_SIZE_FE_STAGE_STRUCT] grid_w               : 28\n"),
               std::string::npos);
+}
+
+// The lines are formatted without printf; they must read exactly as
+// printf("[%s] %-20s : %d\n") and "%f" would write them.
+TEST(RecordText, LinesReadAsPrintfWouldWriteThem) {
+    char buffer[256];
+    char expected[256];
+    const float floats[] = {0.0f, -0.0f, 5e-7f, 1.5e-6f, -2.5e-6f, 0.1f, 15.8125f, 1234567.875f, 3.0e38f,
+                            -3.4028235e38f, 1e-45f, INFINITY, -INFINITY};
+    for (float value : floats) {
+        FieldLineWriter writer(buffer, sizeof buffer, "STEREO_KERNEL_GEN_SIZE_DPE_STAGE_STRUCT");
+        writer.add("working_range_to_disp", value);
+        std::snprintf(expected, sizeof expected, "[%s] %-20s : %f\n", "STEREO_KERNEL_GEN_SIZE_DPE_STAGE_STRUCT",
+                      "working_range_to_disp", static_cast<double>(value));
+        EXPECT_STREQ(writer.text(), expected) << value;
+        EXPECT_EQ(writer.length(), std::strlen(expected));
+    }
+    const int32_t ints[] = {0, -1, 7, 4096, 2147483647, -2147483647 - 1};
+    for (int32_t value : ints) {
+        FieldLineWriter writer(buffer, sizeof buffer, "T");
+        writer.add("x", value);
+        std::snprintf(expected, sizeof expected, "[%s] %-20s : %d\n", "T", "x", value);
+        EXPECT_STREQ(writer.text(), expected) << value;
+    }
 }
 
 // ---- overflow ----------------------------------------------------------------
