@@ -135,13 +135,11 @@ void reportPass(Output& out, Config& cfg, const Config& in) {
 }
 
 }  // namespace
-}  // namespace gensize
-}  // namespace velmo
 
-uint32_t GenSizeInit(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& out, STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT& in) {
-    using namespace velmo::gensize;
+uint32_t runGenSizeInit(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& out, const STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT& in,
+                        int maxFitRounds) {
     logEntry(in);
-    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT cfg = in;
+    Config cfg = in;
     selectMode(cfg);
 
     gRatioMode = aspectClass(cfg);
@@ -153,7 +151,9 @@ uint32_t GenSizeInit(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& out, STEREO_KERNEL_
     setDepthWorkingSize(out, cfg);
     setMainDepthInput(out, cfg, in);
 
-    uint32_t code = fitFeatureSize(out, cfg, start, mainFactor, auxiFactor);
+    // A fit that does not converge leaves no FE size to build the depth
+    // stage on.
+    uint32_t code = fitFeatureSize(out, cfg, start, mainFactor, auxiFactor, maxFitRounds);
     if (code == GEN_SIZE_PASS) code = static_cast<uint32_t>(SetDPE(out, cfg));
     setMotionMap(out, cfg);
 
@@ -163,4 +163,11 @@ uint32_t GenSizeInit(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& out, STEREO_KERNEL_
         showErrorLog(static_cast<int>(code), out);
     }
     return code;
+}
+
+}  // namespace gensize
+}  // namespace velmo
+
+uint32_t GenSizeInit(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& out, STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT& in) {
+    return velmo::gensize::runGenSizeInit(out, in, velmo::gensize::kMaxFitRounds);
 }

@@ -67,5 +67,9 @@ uint32_t fitFeatureSize(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& out,
                         STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT& cfg, FeatureSize start,
                         float mainFactor, float auxiFactor, int maxRounds = kMaxFitRounds);
 
+// GenSizeInit with a chosen round limit for the fitting loop.
+uint32_t runGenSizeInit(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& out, const STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT& in,
+                        int maxFitRounds);
+
 }  // namespace gensize
 }  // namespace velmo

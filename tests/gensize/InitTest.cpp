@@ -12,6 +12,7 @@
 
 #include "SizingConfig.h"
 #include "gensize/GenSize.h"
+#include "gensize/GenSizeInternal.h"
 #include "support/LogCapture.h"
 
 namespace {
@@ -158,6 +159,28 @@ TEST_F(GenSizeInitTest, TrackingRatiosInDifferentBandsReturn5) {
     EXPECT_EQ(out.auxi.rect_in_w, 640);
     EXPECT_EQ(out.auxi.rect_in_h, 360);
     EXPECT_EQ(out.auxi.p1.depth_w, 640);
+}
+
+// The fitting loop cannot fail to converge through the public entry (every
+// failed round shrinks an even size by at least 2, and 0 x 0 always fits), so
+// the guard is reached with a round limit of 1 on a configuration that needs
+// two rounds (main sensor 1500 wide in two-pixel mode, see StageTest.cpp).
+TEST_F(GenSizeInitTest, FitWithoutConvergenceReturns9AndSkipsTheDepthStage) {
+    Config in = plainConfig();
+    in.sensor_main.sensor_scale_w = 1500;
+    in.sensor_main.sensor_scale_h = 1125;
+    in.sensor_main.mode_2px_en = 1;
+    out = Output{};
+    out.dpe.dpe_frm_w = 1234;
+    ASSERT_EQ(velmo::gensize::runGenSizeInit(out, in, 1), 9u);
+    ASSERT_FALSE(texts().empty());
+    EXPECT_EQ(texts().back(), "[GenSize] ERR_FE_FIT_NOT_CONVERGED (FE size fitting did not converge) \n");
+    EXPECT_FALSE(logged(kPassLine));
+    EXPECT_EQ(out.dpe.dpe_frm_w, 1234);
+    EXPECT_EQ(out.auxi.rect_in_w, 640);  // no pass, no extra alignment
+
+    ASSERT_EQ(run(in), 0u);  // the default limit lets the second round fit
+    EXPECT_EQ(out.main.fe_b.in_w, 750);
 }
 
 // ---- rules around the loop ---------------------------------------------------

@@ -31,41 +31,24 @@ Output dirtyOutput() {
 
 // ---- SetFE_Main --------------------------------------------------------------
 
-TEST(SetFeMain, FillsMainFeatureStagesAndBothGrids) {
+// Any non-zero OIS flag selects the dense grid here (unlike the DPE margin,
+// which needs exactly 1); FE-C halves everything, the rotation buffer too.
+TEST(SetFeMain, OisGridAndHalfResolutionCopy) {
     Config cfg = plainConfig();
-    cfg.sensor_main.isOISon = 2;  // any non-zero value selects the OIS grid
+    cfg.sensor_main.isOISon = 2;
     cfg.sensor_auxi.isOISon = 0;
     Output out = dirtyOutput();
-
     EXPECT_EQ(SetFE_Main(out, cfg, 960, 540, 1185), 0);
 
-    EXPECT_EQ(out.main.p1.fe_w, 960);
-    EXPECT_EQ(out.main.p1.fe_h, 540);
-    const auto& b = out.main.fe_b;
-    EXPECT_EQ((std::vector<int>{b.in_w, b.in_h, b.offset_x, b.offset_y, b.usage_w, b.usage_h, b.rot_w, b.rot_h}),
-              (std::vector<int>{960, 540, 0, 0, 960, 540, 1185, 1185}));
     const auto& c = out.main.fe_c;
     EXPECT_EQ((std::vector<int>{c.in_w, c.in_h, c.offset_x, c.offset_y, c.usage_w, c.usage_h, c.rot_w, c.rot_h}),
               (std::vector<int>{480, 270, 0, 0, 480, 270, 592, 592}));
-    EXPECT_EQ(out.auxi.fe_b.rot_w, 1185);
-    EXPECT_EQ(out.auxi.fe_b.rot_h, 1185);
     EXPECT_EQ(out.auxi.fe_c.rot_w, 592);
-    EXPECT_EQ(out.auxi.fe_c.rot_h, 592);
-
-    for (const auto* fe : {&out.main.fe_b, &out.main.fe_c}) {
-        EXPECT_EQ(fe->grid_w, 28);
-        EXPECT_EQ(fe->grid_h, 28);
-    }
-    EXPECT_EQ(out.main.wpe_grid_in_w, 28);
-    EXPECT_EQ(out.main.wpe_grid_in_h, 28);
-    for (const auto* fe : {&out.auxi.fe_b, &out.auxi.fe_c}) {
-        EXPECT_EQ(fe->grid_w, 4);
-        EXPECT_EQ(fe->grid_h, 4);
-    }
-    EXPECT_EQ(out.auxi.wpe_grid_in_w, 4);
-    EXPECT_EQ(out.auxi.wpe_grid_in_h, 4);
-    // The auxiliary FE size itself is left to SetRRZ_AuxiFEnRect.
-    EXPECT_EQ(out.auxi.fe_b.in_w, 0x55555555);
+    EXPECT_EQ((std::vector<int>{out.main.fe_b.grid_w, out.main.fe_c.grid_h, out.main.wpe_grid_in_w}),
+              (std::vector<int>{28, 28, 28}));
+    EXPECT_EQ((std::vector<int>{out.auxi.fe_b.grid_w, out.auxi.fe_c.grid_h, out.auxi.wpe_grid_in_h}),
+              (std::vector<int>{4, 4, 4}));
+    EXPECT_EQ(out.auxi.fe_b.in_w, 0x55555555);  // sized later, by SetRRZ_AuxiFEnRect
 }
 
 // ---- SetRRZ_AuxiFEnRect ------------------------------------------------------
@@ -310,39 +293,32 @@ TEST(SetWpeTraw, WarpAngleFollowsOrientationAndRotateType) {
     }
 }
 
-TEST(SetWpeTraw, HorizontalModuleWarpsFeWindowsStraight) {
-    Config cfg = plainConfig();
-    Output out = warpInput();
-    Set_WPE_TRAW(out, cfg, 0, 0);
-    EXPECT_EQ(warpWindow(out.main.wpe_traw_setting),
-              (std::vector<int>{1920, 1080, 960, 540, 0, 0, 960, 540, 1184, 1184}));
-    EXPECT_EQ(warpWindow(out.auxi.wpe_traw_setting),
-              (std::vector<int>{1920, 1080, 1024, 576, 32, 18, 960, 540, 1264, 1264}));
-    // P1 now carries its real feature output.
-    EXPECT_EQ(out.main.p1.fe_w, 1920);
-    EXPECT_EQ(out.auxi.p1.fe_h, 1080);
-    EXPECT_EQ(out.main.p1.depth_w, 640);
-    EXPECT_EQ(out.main.p1.depth_h, 360);
-    EXPECT_EQ(out.auxi.p1.depth_w, 704);
-    EXPECT_EQ(out.auxi.p1.depth_h, 396);
-}
-
-TEST(SetWpeTraw, NonZeroOrientationSwapsCropButOnlyOneUsesTheWindowAsRotation) {
-    Config cfg = plainConfig();
-    cfg.module_orient = 2;
-    Output out = warpInput();
-    Set_WPE_TRAW(out, cfg, 0, 0);
-    EXPECT_EQ(warpWindow(out.auxi.wpe_traw_setting),
-              (std::vector<int>{1920, 1080, 1024, 576, 18, 32, 540, 960, 1264, 1264}));
-    EXPECT_EQ(out.main.wpe_traw_setting.rot_w, 1184);
-
-    cfg.module_orient = 1;
-    out = warpInput();
-    Set_WPE_TRAW(out, cfg, 0, 0);
-    EXPECT_EQ(warpWindow(out.auxi.wpe_traw_setting),
-              (std::vector<int>{1920, 1080, 1024, 576, 18, 32, 540, 960, 960, 540}));
-    EXPECT_EQ(out.main.wpe_traw_setting.rot_w, 960);
-    EXPECT_EQ(out.main.wpe_traw_setting.rot_h, 540);
+// The auxiliary crop is the main FE window inside the auxiliary FE, swapped
+// for any non-zero orientation; only orientation 1 uses the window itself as
+// the rotation size.
+TEST(SetWpeTraw, CropAndRotationByOrientation) {
+    struct Case {
+        int orient;
+        std::vector<int> auxi;
+        int mainRotW;
+    };
+    const Case cases[] = {
+        {0, {1920, 1080, 1024, 576, 32, 18, 960, 540, 1264, 1264}, 1184},
+        {2, {1920, 1080, 1024, 576, 18, 32, 540, 960, 1264, 1264}, 1184},
+        {1, {1920, 1080, 1024, 576, 18, 32, 540, 960, 960, 540}, 960},
+    };
+    for (const Case& k : cases) {
+        Config cfg = plainConfig();
+        cfg.module_orient = k.orient;
+        Output out = warpInput();
+        Set_WPE_TRAW(out, cfg, 0, 0);
+        EXPECT_EQ(warpWindow(out.auxi.wpe_traw_setting), k.auxi) << k.orient;
+        EXPECT_EQ(out.main.wpe_traw_setting.rot_w, k.mainRotW) << k.orient;
+        // The main warp resizes P1's output to the FE size and crops nothing.
+        EXPECT_EQ(warpWindow(out.main.wpe_traw_setting)[6], 960);
+        EXPECT_EQ(out.main.p1.fe_w, 1920);  // P1 now carries its real output
+        EXPECT_EQ(out.auxi.p1.depth_w, 704);
+    }
 }
 
 TEST(SetWpeTraw, PortraitDepthInputTurnsForLandscapeResizer) {
