@@ -1,0 +1,110 @@
+// The library as a camera-stack client sees it: only velmoUtil.h, only the
+// exported symbols of libquentra.velmoUtil.so.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "utilPlatformHost.h"
+#include "velmoUtil.h"
+
+namespace {
+
+struct Captured {
+    std::vector<std::string> tags;
+    std::vector<int> modules;
+};
+
+void capture(void* user, int module, const char* tag, const char*) {
+    auto* c = static_cast<Captured*>(user);
+    c->tags.push_back(tag);
+    c->modules.push_back(module);
+}
+
+STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT dualModule() {
+    STEREO_KERNEL_GEN_SIZE_SENSOR_STRUCT sensor{};
+    sensor.fov_w = 78.0f;
+    sensor.fov_h = 63.0f;
+    sensor.pixel_array_width = sensor.sensor_size_w0 = sensor.sensor_scale_w = 4000;
+    sensor.pixel_array_height = sensor.sensor_size_h0 = sensor.sensor_scale_h = 3000;
+
+    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT in{};
+    in.sensor_main = sensor;
+    in.sensor_auxi = sensor;
+    in.feature_mode = 2 | (2 << 16);  // Velmo, crop mode 2
+    in.rrz_output_main_w = 1920;
+    in.rrz_output_main_h = 1080;
+    in.p1_fe_main_w = 1280;
+    in.p1_fe_main_h = 720;
+    in.dpe_w = 640;
+    in.dpe_h = 360;
+    in.focal_length = 4.5f;
+    in.baseline = 12.0f;
+    in.cell_size = 1.0f;
+    in.dpe_cand_num = 32;
+    in.align_wpe_in_w = in.align_wpe_out_w = in.align_dpe_out_w = in.align_gpu_in_w = 64;
+    in.align_dpe_in_w = in.align_ai_depth_in_w = in.align_ai_depth_in_h = 16;
+    in.align_fe_in_w = in.align_fe_in_h = 16;
+    in.align_gpu_in_h = 2;
+    return in;
+}
+
+TEST(Api, AlignmentHelpersKeepTheirDistinctUnknownModes) {
+    EXPECT_EQ(enlargeWithNAligned(10, 1, 4, ALIGN_CEIL), 12);
+    EXPECT_EQ(enlargeWithNAligned(10, 1, 4, ALIGN_ROUND), 12);
+    EXPECT_EQ(enlargeWithNAligned(10, 1, 4, ALIGN_FLOOR), 8);
+    EXPECT_EQ(enlargeWithNAligned(10, 1, 4, static_cast<AlignMode>(3)), 0);
+    // The warp-grid twin rounds an unknown mode up.
+    EXPECT_EQ(VWMT::enlargeWithNAligned(10, 1, 4, static_cast<VWMT::AlignMode>(3)), 12);
+}
+
+TEST(Api, SizingLeavesTheCallersRecordsAloneAndLogsUnderTheLibraryModule) {
+    Captured log;
+    quentra::host::setLogSink(&capture, &log);
+
+    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT in = dualModule();
+    const STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT before = in;
+    STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT first{}, second{};
+    EXPECT_EQ(GenSizeInit(first, in), static_cast<uint32_t>(GEN_SIZE_PASS));
+    EXPECT_EQ(GenSizeInit(second, in), static_cast<uint32_t>(GEN_SIZE_PASS));
+    EXPECT_EQ(std::memcmp(&in, &before, sizeof in), 0);
+    EXPECT_EQ(std::memcmp(&first, &second, sizeof first), 0);
+
+    STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT frame{};
+    gen_procIn_testcase(frame, in);
+    STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT perFrame{};
+    EXPECT_EQ(GenSizeProc(perFrame, frame, in), static_cast<uint32_t>(GEN_SIZE_PASS));
+    EXPECT_EQ(std::memcmp(&in, &before, sizeof in), 0);
+    // At zoom 1 the crop-mode-2 windows are the configured resizer windows.
+    EXPECT_EQ(perFrame.rrz_zoom_main.usage_w, first.main.rrz.usage_w);
+    EXPECT_EQ(perFrame.rrz_zoom_auxi.usage_h, first.auxi.rrz.usage_h);
+    EXPECT_EQ(perFrame.zoom_constraint, first.zoom_constraint);
+
+    quentra::host::setLogSink(nullptr, nullptr);
+    ASSERT_FALSE(log.tags.empty());
+    for (std::size_t i = 0; i < log.tags.size(); ++i) {
+        EXPECT_EQ(log.tags[i], "GenSize");
+        EXPECT_EQ(log.modules[i], 0x10004001);
+    }
+}
+
+TEST(Api, PowerSavingAcceptsAStillField) {
+    std::vector<int32_t> x(8 * 4, 0), y(8 * 4, 0);
+    PowerSavingParam p{};
+    p._map_x = x.data();
+    p._map_y = y.data();
+    p._width = 8;
+    p._height = 4;
+    p._stride = 8;
+    p._precision = 1;
+    p._scale_num_x = p._scale_num_y = p._scale_den_x = p._scale_den_y = 1;
+    p._thr_max_x = p._thr_max_y = p._thr_avg_x = p._thr_avg_y = 1;
+    testing::internal::CaptureStdout();
+    const bool save = PowerSaving(p);
+    testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(save);
+}
+
+}  // namespace

@@ -1,0 +1,48 @@
+# Checks the dynamic symbol table of libquentra.velmoUtil.so: every API entry
+# point is there, and no internal (velmo::) or anonymous-namespace symbol is.
+execute_process(COMMAND ${NM} -D --defined-only -C ${LIB}
+  OUTPUT_VARIABLE symbols RESULT_VARIABLE status)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "nm failed on ${LIB}")
+endif()
+
+set(required
+  "enlargeWithNAligned(float, float, int, AlignMode)"
+  "GenSizeInit(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT&, STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT&)"
+  "GenSizeProc(STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT&, STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT&, STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT&)"
+  "SetFE_Main("
+  "SetRRZ_AuxiFEnRect("
+  "Set_WPE_TRAW(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT&, STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT&, int, int)"
+  "SetDPE("
+  "showErrorLog("
+  "showLog("
+  "show_init_in_log("
+  "show_init_out_log("
+  "show_proc_in_log("
+  "show_proc_out_log("
+  "gen_procIn_testcase("
+  "GENSIZE::debugLevel"
+  "gRatioMode"
+  "STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT::toString[abi:cxx11]()"
+  "STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT::toString[abi:cxx11]()"
+  ${EXTRA_REQUIRED})
+
+set(failures "")
+foreach(name IN LISTS required)
+  string(FIND "${symbols}" " ${name}" at)
+  if(at EQUAL -1)
+    string(APPEND failures "  missing export: ${name}\n")
+  endif()
+endforeach()
+
+string(REPLACE "\n" ";" lines "${symbols}")
+foreach(line IN LISTS lines)
+  if(line MATCHES " velmo::" OR line MATCHES "anonymous namespace")
+    string(APPEND failures "  internal symbol exported: ${line}\n")
+  endif()
+endforeach()
+
+if(failures)
+  message(FATAL_ERROR "export table of ${LIB}:\n${failures}")
+endif()
+message(STATUS "export table of ${LIB} holds the API and no internals")
