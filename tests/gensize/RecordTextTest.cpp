@@ -1,0 +1,243 @@
+// Text dumps of the size records: line format, padding, print order, section
+// headers and the 4096-byte overflow rule.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "gensize/GenSizeRecords.h"
+#include "gensize/RecordText.h"
+
+namespace {
+
+using velmo::gensize::appendRecordText;
+using velmo::gensize::FieldFormat;
+using velmo::gensize::FieldKind;
+using velmo::gensize::FieldLineWriter;
+using velmo::gensize::NestedRecord;
+using velmo::gensize::RecordLayout;
+
+TEST(RecordText, SmallRecordsAreDumpedByteForByte) {
+    STEREO_KERNEL_GEN_SIZE_ME_STAGE_STRUCT me{320, -5};
+    EXPECT_EQ(me.toString(),
+              "[STEREO_KERNEL_GEN_SIZE_ME_STAGE_STRUCT] mmap_w               : 320\n"
+              "[STEREO_KERNEL_GEN_SIZE_ME_STAGE_STRUCT] mmap_h               : -5\n");
+
+    STEREO_KERNEL_GEN_SIZE_P1_STAGE_STRUCT p1{640, 360, 960, 540};
+    EXPECT_EQ(p1.toString(),
+              "[STEREO_KERNEL_GEN_SIZE_P1_STAGE_STRUCT] depth_w              : 640\n"
+              "[STEREO_KERNEL_GEN_SIZE_P1_STAGE_STRUCT] depth_h              : 360\n"
+              "[STEREO_KERNEL_GEN_SIZE_P1_STAGE_STRUCT] fe_w                 : 960\n"
+              "[STEREO_KERNEL_GEN_SIZE_P1_STAGE_STRUCT] fe_h                 : 540\n");
+
+    STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT traw{2586, 1456, 1, 2, 2584, 1452, 960, 540};
+    EXPECT_EQ(traw.toString(),
+              "[STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT] in_w                 : 2586\n"
+              "[STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT] in_h                 : 1456\n"
+              "[STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT] offset_x             : 1\n"
+              "[STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT] offset_y             : 2\n"
+              "[STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT] usage_w              : 2584\n"
+              "[STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT] usage_h              : 1452\n"
+              "[STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT] out_w                : 960\n"
+              "[STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT] out_h                : 540\n");
+}
+
+TEST(RecordText, WarpStagePrintsRotationAfterGridsAndAngleAsFloat) {
+    STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT wpe{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 90.5f};
+    EXPECT_EQ(wpe.toString(),
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] in_w                 : 1\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] in_h                 : 2\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] resize_w             : 3\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] resize_h             : 4\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] crop_x               : 5\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] crop_y               : 6\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] crop_w               : 7\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] crop_h               : 8\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] wpe_grid_in_w        : 11\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] wpe_grid_in_h        : 12\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] wpe_grid_w           : 13\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] wpe_grid_h           : 14\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] rot_w                : 9\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] rot_h                : 10\n"
+              "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] module_angle         : 90.500000\n");
+}
+
+TEST(RecordText, LongNamesPrintWholeAndNaNPrintsPlainNan) {
+    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT in{};
+    in.ai_depth_temporal_enable = 1;
+    in.align_ai_depth_in_w = 64;
+    in.feature_mode = 0x20001;
+    in.has_mdp = -1;
+    in.sensor_main.fov_w = std::copysign(NAN, -1.0f);  // x86-64 would print "-nan"
+    const std::string text = in.toString();
+
+    EXPECT_NE(text.find("[STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT] ai_depth_temporal_enable : 1\n"), std::string::npos);
+    EXPECT_NE(text.find("[STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT] align_ai_depth_in_w  : 64\n"), std::string::npos);
+    EXPECT_NE(text.find("[STEREO_KERNEL_GEN_SIZE_SENSOR_STRUCT] fov_w                : nan\n"), std::string::npos);
+    EXPECT_EQ(text.find("feature_mode"), std::string::npos);
+    EXPECT_EQ(text.find("has_mdp"), std::string::npos);
+}
+
+TEST(RecordText, ConfigurationDumpsOwnFieldsThenBothSensors) {
+    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT in{};
+    in.sensor_main.pixel_array_width = 4000;
+    in.sensor_auxi.pixel_array_width = 3264;
+    in.module_angle = 1.25f;
+    const std::string text = in.toString();
+
+    const std::string mainHeader = "[STEREO_KERNEL_GEN_SIZE_SENSOR_STRUCT] ====== sensor_main ======\n";
+    const std::string auxiHeader = "[STEREO_KERNEL_GEN_SIZE_SENSOR_STRUCT] ====== sensor_auxi ======\n";
+    const std::string mainText = in.sensor_main.toString();
+    const std::string auxiText = in.sensor_auxi.toString();
+    ASSERT_GT(text.size(), mainHeader.size() + mainText.size() + auxiHeader.size() + auxiText.size());
+    EXPECT_EQ(text.substr(text.size() - auxiText.size()), auxiText);
+    EXPECT_NE(text.find(mainHeader + mainText + auxiHeader + auxiText), std::string::npos);
+
+    // 34 own lines (38 fields less the two sensors, feature_mode and has_mdp), 18 per sensor.
+    const std::string own = text.substr(0, text.find(mainHeader));
+    EXPECT_EQ(std::count(own.begin(), own.end(), '\n'), 34);
+    EXPECT_EQ(own.rfind("[STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT] align_fe_in_h        : 0\n"), own.size() - 65);
+    EXPECT_NE(own.find("[STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT] module_angle         : 1.250000\n"),
+              std::string::npos);
+    EXPECT_EQ(std::count(mainText.begin(), mainText.end(), '\n'), 18);
+    EXPECT_NE(mainText.find("[STEREO_KERNEL_GEN_SIZE_SENSOR_STRUCT] pixel_array_width    : 4000\n"),
+              std::string::npos);
+}
+
+TEST(RecordText, OutputRecordNestsCamerasStagesAndHeadersVerbatim) {
+    STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT out{};
+    out.zoom_constraint = 2.5f;
+    out.slanted_en = 1;
+    out.main.rrz.in_w = 4000;
+    out.auxi.fe_c.grid_w = 28;
+    out.dpe.working_range_to_disp = 15.8125f;
+    out.me.mmap_w = 144;
+
+    const std::string cam = "[STEREO_KERNEL_GEN_SIZE_N3D_CAM_STRUCT] ";
+    const std::string mainOwn = cam + "zoom_maximum         : 0.000000\n" + cam + "crop_flag            : 0\n" + cam +
+                                "rect_in_w            : 0\n" + cam + "rect_in_h            : 0\n" + cam +
+                                "wpe_grid_in_w        : 0\n" + cam + "wpe_grid_in_h        : 0\n" + cam +
+                                "wpe_grid_w           : 0\n" + cam + "wpe_grid_h           : 0\n";
+    EXPECT_EQ(out.main.toString(),
+              mainOwn + "[STEREO_KERNEL_GEN_SIZE_RRZ_STAGE_STRUCT] ====== rrz ====== \n" + out.main.rrz.toString() +
+                  "[STEREO_KERNEL_GEN_SIZE_P1_STAGE_STRUCT] ====== p1======\n" + out.main.p1.toString() +
+                  "[STEREO_KERNEL_GEN_SIZE_FE_STAGE_STRUCT] ====== fe_b======\n" + out.main.fe_b.toString() +
+                  "[STEREO_KERNEL_GEN_SIZE_FE_STAGE_STRUCT] ====== fe_c======\n" + out.main.fe_c.toString() +
+                  "[STEREO_KERNEL_GEN_SIZE_WPE_TRAW_STAGE_STRUCT] ====== wpe_traw_setting======\n" +
+                  out.main.wpe_traw_setting.toString());
+
+    EXPECT_EQ(out.toString(),
+              "[STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT] zoom_constraint      : 2.500000\n"
+              "[STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT] slanted_en           : 1\n"
+              "[STEREO_KERNEL_GEN_SIZE_N3D_CAM_STRUCT] ********** main **********\n" +
+                  out.main.toString() + "[STEREO_KERNEL_GEN_SIZE_N3D_CAM_STRUCT] ********** auxi **********\n" +
+                  out.auxi.toString() + "[STEREO_KERNEL_GEN_SIZE_DPE_STAGE_STRUCT] ********** dpe **********\n" +
+                  out.dpe.toString() + "[STEREO_KERNEL_GEN_SIZE_ME_STAGE_STRUCT] ********** me **********\n" +
+                  out.me.toString());
+    EXPECT_NE(out.toString().find("[STEREO_KERNEL_GEN_SIZE_DPE_STAGE_STRUCT] working_range_to_disp : 15.812500\n"),
+              std::string::npos);
+    EXPECT_NE(out.toString().find("[STEREO_KERNEL_GEN_SIZE_FE_STAGE_STRUCT] grid_w               : 28\n"),
+              std::string::npos);
+}
+
+// The lines are formatted without printf; they must read exactly as
+// printf("[%s] %-20s : %d\n") and "%f" would write them.
+TEST(RecordText, LinesReadAsPrintfWouldWriteThem) {
+    char buffer[256];
+    char expected[256];
+    const float floats[] = {0.0f, -0.0f, 5e-7f, 1.5e-6f, -2.5e-6f, 0.1f, 15.8125f, 1234567.875f, 3.0e38f,
+                            -3.4028235e38f, 1e-45f, INFINITY, -INFINITY};
+    for (float value : floats) {
+        FieldLineWriter writer(buffer, sizeof buffer, "STEREO_KERNEL_GEN_SIZE_DPE_STAGE_STRUCT");
+        writer.add("working_range_to_disp", value);
+        std::snprintf(expected, sizeof expected, "[%s] %-20s : %f\n", "STEREO_KERNEL_GEN_SIZE_DPE_STAGE_STRUCT",
+                      "working_range_to_disp", static_cast<double>(value));
+        EXPECT_STREQ(writer.text(), expected) << value;
+        EXPECT_EQ(writer.length(), std::strlen(expected));
+    }
+    const int32_t ints[] = {0, -1, 7, 4096, 2147483647, -2147483647 - 1};
+    for (int32_t value : ints) {
+        FieldLineWriter writer(buffer, sizeof buffer, "T");
+        writer.add("x", value);
+        std::snprintf(expected, sizeof expected, "[%s] %-20s : %d\n", "T", "x", value);
+        EXPECT_STREQ(writer.text(), expected) << value;
+    }
+}
+
+// ---- overflow ----------------------------------------------------------------
+
+TEST(RecordTextOverflow, LineMustLeaveRoomForTheTerminator) {
+    // "[T] a                    : 7\n" is 29 bytes.
+    char buffer[64];
+    FieldLineWriter exact(buffer, 29, "T");
+    exact.add("a", int32_t{7});
+    EXPECT_TRUE(exact.failed());
+
+    FieldLineWriter roomy(buffer, 30, "T");
+    roomy.add("a", int32_t{7});
+    ASSERT_FALSE(roomy.failed());
+    EXPECT_STREQ(roomy.text(), "[T] a                    : 7\n");
+    roomy.add("b", 1.0f);
+    EXPECT_TRUE(roomy.failed());
+}
+
+// 140 lines of 29 bytes plus one whose name is `extra` characters beyond the
+// padded 20: the text is 4060 + 29 + extra bytes long.
+std::vector<FieldFormat> linesOf29Plus(const char* longName) {
+    std::vector<FieldFormat> fields(140, FieldFormat{"a", FieldKind::Int32, 0});
+    fields.push_back(FieldFormat{longName, FieldKind::Int32, 0});
+    return fields;
+}
+
+TEST(RecordTextOverflow, OwnLinesMustStayBelow4096Bytes) {
+    const int32_t seven = 7;
+    // 4060 + 35 = 4095 bytes: the terminator still fits.
+    const std::vector<FieldFormat> fits = linesOf29Plus("abcdefghijklmnopqrstuvwxyz");  // 26 = 20 + 6
+    const RecordLayout fitsLayout{"T", fits.data(), fits.size(), nullptr, 0};
+    std::string text;
+    appendRecordText(text, fitsLayout, &seven);
+    EXPECT_EQ(text.size(), 4095u);
+    EXPECT_EQ(text.substr(0, 29), "[T] a                    : 7\n");
+    EXPECT_EQ(text.substr(text.size() - 35), "[T] abcdefghijklmnopqrstuvwxyz : 7\n");
+
+    // One more byte and the last line no longer fits: the whole text is "error\n".
+    const std::vector<FieldFormat> overflows = linesOf29Plus("abcdefghijklmnopqrstuvwxyz0");
+    const RecordLayout overflowLayout{"T", overflows.data(), overflows.size(), nullptr, 0};
+    text.clear();
+    appendRecordText(text, overflowLayout, &seven);
+    EXPECT_EQ(text, "error\n");
+}
+
+TEST(RecordTextOverflow, FailingNestedRecordRendersAsErrorInsideItsParent) {
+    struct Pair {
+        int32_t outer;
+        int32_t inner;
+    } pair{1, 2};
+    const FieldFormat outerFields[] = {{"outer", FieldKind::Int32, offsetof(Pair, outer)}};
+    const FieldFormat innerFields[] = {{"inner", FieldKind::Int32, offsetof(Pair, inner)},
+                                       {"inner", FieldKind::Int32, offsetof(Pair, inner)}};
+    const RecordLayout inner{"I", innerFields, 2, nullptr, 0};
+    const NestedRecord nested[] = {{"-- inner --\n", &inner, 0}, {"-- again --\n", &inner, 0}};
+    const RecordLayout outer{"O", outerFields, 1, nested, 2};
+
+    // 40 bytes hold one 29-byte line, not two: the parent survives, each nested dump fails.
+    std::string text;
+    appendRecordText(text, outer, &pair, 40);
+    EXPECT_EQ(text, "[O] outer                : 1\n-- inner --\nerror\n-- again --\nerror\n");
+
+    text.clear();
+    appendRecordText(text, outer, &pair, 60);
+    EXPECT_EQ(text,
+              "[O] outer                : 1\n-- inner --\n"
+              "[I] inner                : 2\n[I] inner                : 2\n"
+              "-- again --\n"
+              "[I] inner                : 2\n[I] inner                : 2\n");
+}
+
+}  // namespace
