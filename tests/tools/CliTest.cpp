@@ -36,13 +36,13 @@ namespace {
 
 const std::string kData = VELMO_TOOLS_TEST_DATA;
 
-struct Run {
+struct Outcome {
     int status;
     std::string out;
     std::string err;
 };
 
-Run run(std::initializer_list<const char*> args) {
+Outcome run(std::initializer_list<const char*> args) {
     std::vector<const char*> argv = {"velmo-util"};
     argv.insert(argv.end(), args.begin(), args.end());
     std::ostringstream out;
@@ -65,7 +65,7 @@ std::string writeTempFile(const char* name, const std::string& text) {
 }
 
 TEST(CliTest, DefaultConfigPrintsTheBuiltInModule) {
-    const Run result = run({"default-config"});
+    const Outcome result = run({"default-config"});
     ASSERT_EQ(0, result.status) << result.err;
     STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT printed{};
     JsonError error;
@@ -75,7 +75,7 @@ TEST(CliTest, DefaultConfigPrintsTheBuiltInModule) {
 }
 
 TEST(CliTest, GenSizeSizesTheBuiltInModule) {
-    const Run result = run({"gensize"});
+    const Outcome result = run({"gensize"});
     ASSERT_EQ(0, result.status) << result.err;
     EXPECT_EQ("", result.err) << "library log lines stay silent without --log";
     const Json out = parsed(result.out);
@@ -103,7 +103,7 @@ TEST(CliTest, ExitStatusIsTheGenSizeCode) {
     Json config = toJson(defaultConfig());
     config["dpe_w"] = 4000;  // 4000 + 64 (OIS) + 2 x 32 (padding) = 4128 > 4096
     const std::string path = writeTempFile("velmo_wide_depth.json", config.dump());
-    const Run result = run({"gensize", path.c_str()});
+    const Outcome result = run({"gensize", path.c_str()});
     EXPECT_EQ(4, result.status);
     EXPECT_EQ("velmo-util: GenSizeInit returned 4 (ERR_DPE_IN_W_MAXIMUM)\n", result.err);
     EXPECT_EQ(4128, parsed(result.out)["dpe"]["dpe_frm_w"]) << "the partial result is still printed";
@@ -111,7 +111,7 @@ TEST(CliTest, ExitStatusIsTheGenSizeCode) {
 
 TEST(CliTest, InputErrorsExitTwoNamingTheKey) {
     const std::string badKey = kData + "/bad-key.json";
-    Run result = run({"gensize", badKey.c_str()});
+    Outcome result = run({"gensize", badKey.c_str()});
     EXPECT_EQ(kInputError, result.status);
     EXPECT_EQ("velmo-util: " + badKey + ": sensor_auxi.fov_W: unknown key\n", result.err);
     EXPECT_EQ("", result.out);
@@ -143,7 +143,7 @@ TEST(CliTest, UsageErrorsExitTwo) {
     EXPECT_EQ(kInputError, run({"gensize", "--verbose"}).status);
     EXPECT_EQ(kInputError, run({"resize"}).status);
 
-    const Run help = run({"--help"});
+    const Outcome help = run({"--help"});
     EXPECT_EQ(0, help.status);
     EXPECT_NE(std::string::npos, help.out.find("print as null")) << help.out;
 }
@@ -165,7 +165,7 @@ TEST(CliTest, TextFormatIsTheLibrarysDump) {
 
 TEST(CliTest, PropertiesAreSetBeforeTheCall) {
     testing::ScopedProperties properties;
-    const Run result = run({"gensize", "--prop", "vendor.debug.velmoUtil.gensize.debuglevel=3", "--prop",
+    const Outcome result = run({"gensize", "--prop", "vendor.debug.velmoUtil.gensize.debuglevel=3", "--prop",
                             "vendor.unrelated=a=b"});
     EXPECT_EQ(0, result.status);
     EXPECT_EQ(3, GENSIZE::debugLevel);
@@ -189,7 +189,7 @@ TEST(CliTest, LogLinesReachStderrOnlyWithLog) {
 TEST(CliTest, GenSizeProcFollowsTheZoomUpToTheConstraint) {
     const std::string config = kData + "/module-12mp.json";
     const std::string frame = kData + "/frame-zoom2.json";
-    const Run result = run({"gensize-proc", config.c_str(), frame.c_str()});
+    const Outcome result = run({"gensize-proc", config.c_str(), frame.c_str()});
     ASSERT_EQ(0, result.status) << result.err;
     const Json out = parsed(result.out);
     // Zoom 2 is capped at 756/568: the main window would shrink to 1504 wide,
@@ -205,7 +205,7 @@ TEST(CliTest, GenSizeProcFollowsTheZoomUpToTheConstraint) {
     EXPECT_EQ(672, out["rrz_zoom_auxi"]["p1_depth_w"]) << "no configuration-call enlargement per frame";
     EXPECT_EQ(756.0f / 568.0f, out["zoom_constraint"].get<float>());
 
-    const Run text = run({"gensize-proc", "--format", "text", config.c_str(), frame.c_str()});
+    const Outcome text = run({"gensize-proc", "--format", "text", config.c_str(), frame.c_str()});
     ASSERT_EQ(0, text.status);
     EXPECT_EQ(0u, text.out.rfind("[GenSizeProc] rrz_zoom_main\n[STEREO_KERNEL_GEN_SIZE_RRZ_STAGE_STRUCT] in_w ", 0))
         << text.out;

@@ -188,9 +188,10 @@ int runVelmoUtil(int argc, const char* const* argv, std::ostream& out, std::ostr
                    "Set a system property before the call, e.g.\n"
                    "vendor.debug.velmoUtil.gensize.debuglevel=2 (repeatable)")
         ->type_name("KEY=VALUE")
-        ->check(CLI::Validator(checkPropertyAssignment, "KEY=VALUE", "property assignment"));
+        ->check(CLI::Validator(checkPropertyAssignment, ""));
     app.add_flag("--log", options.showLog, "Show the library's log lines on stderr (silent otherwise)");
     app.add_option("--format", options.format, "Output format: json (default) or text, the library's own dump")
+        ->type_name("FORMAT")
         ->check(CLI::IsMember({"json", "text"}));
 
     CLI::App* gensize = app.add_subcommand(
