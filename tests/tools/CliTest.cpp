@@ -1,0 +1,212 @@
+// velmo-util's commands, run in-process: exit status, stdout and stderr.
+//
+// Expected sizes of the built-in module (2000x1124 usable on both cameras,
+// 1920x1080 RRZ output, 640x360 depth, main OIS on), worked out by hand:
+// - FE 960x540 (16:9 class), which fits both resizers at the first attempt.
+// - Main RRZ keeps the whole 2000x1124; zoom limit min(2000/960, 1124/540).
+// - Auxiliary: half-angles atan(tan(33.05 deg)) and atan(tan(45.5 deg)), the
+//   overlap factor (tan(34.05 deg) + 12 / 1864.7) / tan(45.5 deg) = 0.6704 and
+//   the FE ratio 1.0482 give a 1008x568 FE (16-aligned width, 4-aligned
+//   height) and a 1344x756 RRZ window centred at (328, 184); zoom limit
+//   min(1344/1008, 756/568) = 756/568, the smaller of the two cameras'.
+// - Auxiliary depth input 16 x round(1.05 x 640 / 16) = 672 by
+//   2 x round(378 / 2) = 378, plus the 16 added on a configuration call.
+// - DPE: 640x360 plus the 64-pixel OIS margin is 704x424; the frame adds
+//   2 x 32 of padding to the width: 768x424.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <initializer_list>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Cli.h"
+#include "DefaultConfig.h"
+#include "RecordJson.h"
+#include "gensize/GenSize.h"
+#include "support/LogCapture.h"
+#include "utilPlatform.h"
+
+namespace velmo {
+namespace cli {
+namespace {
+
+const std::string kData = VELMO_TOOLS_TEST_DATA;
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+Outcome run(std::initializer_list<const char*> args) {
+    std::vector<const char*> argv = {"velmo-util"};
+    argv.insert(argv.end(), args.begin(), args.end());
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status = runVelmoUtil(static_cast<int>(argv.size()), argv.data(), out, err);
+    return {status, out.str(), err.str()};
+}
+
+Json parsed(const std::string& text) {
+    Json document;
+    JsonError error;
+    EXPECT_TRUE(parseJson(text, document, error)) << error.message();
+    return document;
+}
+
+std::string writeTempFile(const char* name, const std::string& text) {
+    const std::string path = ::testing::TempDir() + name;
+    std::ofstream(path) << text;
+    return path;
+}
+
+TEST(CliTest, DefaultConfigPrintsTheBuiltInModule) {
+    const Outcome result = run({"default-config"});
+    ASSERT_EQ(0, result.status) << result.err;
+    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT printed{};
+    JsonError error;
+    ASSERT_TRUE(fromJson(parsed(result.out), printed, error)) << error.message();
+    const STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT expected = defaultConfig();
+    EXPECT_EQ(0, std::memcmp(&expected, &printed, sizeof printed));
+}
+
+TEST(CliTest, GenSizeSizesTheBuiltInModule) {
+    const Outcome result = run({"gensize"});
+    ASSERT_EQ(0, result.status) << result.err;
+    EXPECT_EQ("", result.err) << "library log lines stay silent without --log";
+    const Json out = parsed(result.out);
+
+    EXPECT_EQ(960, out["main"]["fe_b"]["in_w"]);
+    EXPECT_EQ(1008, out["auxi"]["rrz"]["out_w"]);
+    EXPECT_EQ(1344, out["auxi"]["rrz"]["usage_w"]);
+    EXPECT_EQ(756, out["auxi"]["rrz"]["usage_h"]);
+    EXPECT_EQ(328, out["auxi"]["rrz"]["offset_x"]);
+    EXPECT_EQ(1, out["auxi"]["crop_flag"]);
+    EXPECT_EQ(688, out["auxi"]["rect_in_w"]);
+    EXPECT_EQ(394, out["auxi"]["rect_in_h"]);
+    EXPECT_EQ(768, out["dpe"]["dpe_frm_w"]);
+    EXPECT_EQ(424, out["dpe"]["dpe_frm_h"]);
+    EXPECT_EQ(756.0f / 568.0f, out["zoom_constraint"].get<float>());
+    EXPECT_EQ(1124.0f / 540.0f, out["main"]["zoom_maximum"].get<float>()) << "the height limits the main zoom";
+}
+
+TEST(CliTest, ExitStatusIsTheGenSizeCode) {
+    Json config = toJson(defaultConfig());
+    config["dpe_w"] = 4000;  // 4000 + 64 (OIS) + 2 x 32 (padding) = 4128 > 4096
+    const std::string path = writeTempFile("velmo_wide_depth.json", config.dump());
+    const Outcome result = run({"gensize", path.c_str()});
+    EXPECT_EQ(4, result.status);
+    EXPECT_EQ("velmo-util: GenSizeInit returned 4 (ERR_DPE_IN_W_MAXIMUM)\n", result.err);
+    EXPECT_EQ(4128, parsed(result.out)["dpe"]["dpe_frm_w"]) << "the partial result is still printed";
+}
+
+TEST(CliTest, InputErrorsExitTwoNamingTheKey) {
+    const std::string badKey = kData + "/bad-key.json";
+    Outcome result = run({"gensize", badKey.c_str()});
+    EXPECT_EQ(kInputError, result.status);
+    EXPECT_EQ("velmo-util: " + badKey + ": sensor_auxi.fov_W: unknown key\n", result.err);
+    EXPECT_EQ("", result.out);
+
+    Json frame = toJson(STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT{});
+    frame["p1_main"]["out_w"] = 1920.5;
+    const std::string badFrame = writeTempFile("velmo_bad_frame.json", frame.dump());
+    const std::string config = kData + "/module-12mp.json";
+    result = run({"gensize-proc", config.c_str(), badFrame.c_str()});
+    EXPECT_EQ(kInputError, result.status);
+    EXPECT_EQ("velmo-util: " + badFrame + ": p1_main.out_w: expected an integer, got 1920.5\n", result.err);
+
+    result = run({"gensize", "/nonexistent/module.json"});
+    EXPECT_EQ(kInputError, result.status);
+    EXPECT_EQ("velmo-util: /nonexistent/module.json: cannot read the file\n", result.err);
+
+    const std::string broken = writeTempFile("velmo_broken.json", "{\"dpe_w\": 640,,}");
+    result = run({"gensize", broken.c_str()});
+    EXPECT_EQ(kInputError, result.status);
+    EXPECT_NE(std::string::npos, result.err.find("line 1, column 15")) << result.err;
+}
+
+TEST(CliTest, UsageErrorsExitTwo) {
+    EXPECT_EQ(kInputError, run({}).status);
+    EXPECT_EQ(kInputError, run({"gensize", "--format", "xml"}).status);
+    EXPECT_EQ(kInputError, run({"gensize", "--prop", "no-equals-sign"}).status);
+    EXPECT_EQ(kInputError, run({"gensize", "--prop", "=value"}).status);
+    EXPECT_EQ(kInputError, run({"gensize-proc", "only-one.json"}).status);
+    EXPECT_EQ(kInputError, run({"gensize", "--verbose"}).status);
+    EXPECT_EQ(kInputError, run({"resize"}).status);
+
+    const Outcome help = run({"--help"});
+    EXPECT_EQ(0, help.status);
+    EXPECT_NE(std::string::npos, help.out.find("print as null")) << help.out;
+}
+
+TEST(CliTest, TextFormatIsTheLibrarysDump) {
+    for (const auto& args : {std::vector<const char*>{"gensize", "--format", "text"},
+                             std::vector<const char*>{"--format", "text", "gensize"}}) {
+        std::vector<const char*> argv = {"velmo-util"};
+        argv.insert(argv.end(), args.begin(), args.end());
+        std::ostringstream out, err;
+        ASSERT_EQ(0, runVelmoUtil(static_cast<int>(argv.size()), argv.data(), out, err)) << err.str();
+        EXPECT_EQ(0u, out.str().rfind("[STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT] zoom_constraint      : 1.330986\n"
+                                      "[STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT] slanted_en           : 0\n"
+                                      "[STEREO_KERNEL_GEN_SIZE_N3D_CAM_STRUCT] ********** main **********\n",
+                                      0))
+            << out.str();
+    }
+}
+
+TEST(CliTest, PropertiesAreSetBeforeTheCall) {
+    testing::ScopedProperties properties;
+    const Outcome result = run({"gensize", "--prop", "vendor.debug.velmoUtil.gensize.debuglevel=3", "--prop",
+                            "vendor.unrelated=a=b"});
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ(3, GENSIZE::debugLevel);
+    char value[128] = {};
+    EXPECT_TRUE(utilPropertyGet("vendor.unrelated", value));
+    EXPECT_STREQ("a=b", value) << "only the first '=' separates key and value";
+    GENSIZE::debugLevel = 0;
+}
+
+TEST(CliTest, LogLinesReachStderrOnlyWithLog) {
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(0, run({"gensize", "--log"}).status);
+    const std::string shown = ::testing::internal::GetCapturedStderr();
+    EXPECT_NE(std::string::npos, shown.find("D GenSize: [GenSizeInit] version v3.0.47.20240321\n")) << shown;
+
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(0, run({"gensize"}).status);
+    EXPECT_EQ("", ::testing::internal::GetCapturedStderr());
+}
+
+TEST(CliTest, GenSizeProcFollowsTheZoomUpToTheConstraint) {
+    const std::string config = kData + "/module-12mp.json";
+    const std::string frame = kData + "/frame-zoom2.json";
+    const Outcome result = run({"gensize-proc", config.c_str(), frame.c_str()});
+    ASSERT_EQ(0, result.status) << result.err;
+    const Json out = parsed(result.out);
+    // Zoom 2 is capped at 756/568: the main window would shrink to 1504 wide,
+    // below the 1920 output, so it stays 1920 (centred at 40); the auxiliary
+    // one becomes 2 x ceil(1344 / z / 2) = 1010, centred at (2000 - 1010) / 2.
+    EXPECT_EQ(1920, out["rrz_zoom_main"]["usage_w"]);
+    EXPECT_EQ(40, out["rrz_zoom_main"]["offset_x"]);
+    EXPECT_EQ(1010, out["rrz_zoom_auxi"]["usage_w"]);
+    EXPECT_EQ(495, out["rrz_zoom_auxi"]["offset_x"]);
+    EXPECT_EQ(1010, out["rrz_zoom_auxi"]["p1_fe_w"]) << "the auxiliary FE is clamped to its window";
+    EXPECT_EQ(672, out["rrz_zoom_auxi"]["p1_depth_w"]) << "no configuration-call enlargement per frame";
+    EXPECT_EQ(756.0f / 568.0f, out["zoom_constraint"].get<float>());
+
+    const Outcome text = run({"gensize-proc", "--format", "text", config.c_str(), frame.c_str()});
+    ASSERT_EQ(0, text.status);
+    EXPECT_EQ(0u, text.out.rfind("[GenSizeProc] rrz_zoom_main\n[STEREO_KERNEL_GEN_SIZE_RRZ_STAGE_STRUCT] in_w ", 0))
+        << text.out;
+    const std::string tail = "[GenSizeProc] zoom_constraint: 1.330986\n";
+    ASSERT_GE(text.out.size(), tail.size());
+    EXPECT_EQ(tail, text.out.substr(text.out.size() - tail.size()));
+}
+
+}  // namespace
+}  // namespace cli
+}  // namespace velmo
