@@ -5,42 +5,14 @@
 #include <benchmark/benchmark.h>
 
 #include "gensize/GenSize.h"
+#include "gensize/SizingConfig.h"
 #include "utilPlatformHost.h"
 
 namespace {
 
-void discard(void*, int, const char*, const char*) {}
+using velmo::testing::dualTwelveMegapixel;
 
-STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT dualTwelveMegapixel(int32_t featureWord) {
-    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT in{};
-    in.sensor_main = {78.0f, 63.0f, 4000, 3000, 0, 0, 4000, 3000, 4000, 3000, 0, 0, 0, 0, 0, 1, 0, 0};
-    in.sensor_auxi = {80.0f, 65.0f, 4000, 3000, 0, 0, 4000, 3000, 4000, 3000, 0, 0, 0, 0, 0, 0, 0, 0};
-    in.feature_mode = featureWord;
-    in.rrz_output_main_w = 1920;
-    in.rrz_output_main_h = 1080;
-    in.p1_fe_main_w = 1280;
-    in.p1_fe_main_h = 720;
-    in.dpe_w = 640;
-    in.dpe_h = 360;
-    in.dpe_w_rot = 360;
-    in.dpe_h_rot = 640;
-    in.module_variation = 1.0f;
-    in.focal_length = 4.5f;
-    in.baseline = 12.0f;
-    in.cell_size = 1.0f;
-    in.dpe_cand_num = 32;
-    in.align_wpe_in_w = 64;
-    in.align_wpe_out_w = 64;
-    in.align_dpe_in_w = 16;
-    in.align_dpe_out_w = 64;
-    in.align_ai_depth_in_w = 16;
-    in.align_ai_depth_in_h = 16;
-    in.align_gpu_in_w = 64;
-    in.align_gpu_in_h = 2;
-    in.align_fe_in_w = 16;
-    in.align_fe_in_h = 16;
-    return in;
-}
+void discard(void*, int, const char*, const char*) {}
 
 class DiscardedLog {
 public:

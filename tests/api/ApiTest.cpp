@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "gensize/SizingConfig.h"
 #include "utilPlatformHost.h"
 #include "velmoUtil.h"
 
@@ -23,34 +24,6 @@ void capture(void* user, int module, const char* tag, const char*) {
     c->modules.push_back(module);
 }
 
-STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT dualModule() {
-    STEREO_KERNEL_GEN_SIZE_SENSOR_STRUCT sensor{};
-    sensor.fov_w = 78.0f;
-    sensor.fov_h = 63.0f;
-    sensor.pixel_array_width = sensor.sensor_size_w0 = sensor.sensor_scale_w = 4000;
-    sensor.pixel_array_height = sensor.sensor_size_h0 = sensor.sensor_scale_h = 3000;
-
-    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT in{};
-    in.sensor_main = sensor;
-    in.sensor_auxi = sensor;
-    in.feature_mode = 2 | (2 << 16);  // Velmo, crop mode 2
-    in.rrz_output_main_w = 1920;
-    in.rrz_output_main_h = 1080;
-    in.p1_fe_main_w = 1280;
-    in.p1_fe_main_h = 720;
-    in.dpe_w = 640;
-    in.dpe_h = 360;
-    in.focal_length = 4.5f;
-    in.baseline = 12.0f;
-    in.cell_size = 1.0f;
-    in.dpe_cand_num = 32;
-    in.align_wpe_in_w = in.align_wpe_out_w = in.align_dpe_out_w = in.align_gpu_in_w = 64;
-    in.align_dpe_in_w = in.align_ai_depth_in_w = in.align_ai_depth_in_h = 16;
-    in.align_fe_in_w = in.align_fe_in_h = 16;
-    in.align_gpu_in_h = 2;
-    return in;
-}
-
 TEST(Api, AlignmentHelpersKeepTheirDistinctUnknownModes) {
     EXPECT_EQ(enlargeWithNAligned(10, 1, 4, ALIGN_CEIL), 12);
     EXPECT_EQ(enlargeWithNAligned(10, 1, 4, ALIGN_ROUND), 12);
@@ -64,7 +37,7 @@ TEST(Api, SizingLeavesTheCallersRecordsAloneAndLogsUnderTheLibraryModule) {
     Captured log;
     quentra::host::setLogSink(&capture, &log);
 
-    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT in = dualModule();
+    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT in = velmo::testing::dualTwelveMegapixel(2 | (2 << 16));
     const STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT before = in;
     STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT first{}, second{};
     EXPECT_EQ(GenSizeInit(first, in), static_cast<uint32_t>(GEN_SIZE_PASS));

@@ -18,12 +18,14 @@
 #include <gtest/gtest.h>
 
 #include "gensize/GenSize.h"
+#include "gensize/SizingConfig.h"
 #include "support/LogCapture.h"
 
 namespace {
 
 using velmo::testing::LogCapture;
 using velmo::testing::ScopedProperties;
+using velmo::testing::dualTwelveMegapixel;
 
 using InitIn = STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT;
 using InitOut = STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT;
@@ -41,37 +43,6 @@ constexpr unsigned char kUntouched = 0x5a;
 constexpr int32_t kUntouchedField = 0x5a5a5a5a;
 constexpr Window kUntouchedWindow{kUntouchedField, kUntouchedField, kUntouchedField, kUntouchedField,
                                   kUntouchedField, kUntouchedField, kUntouchedField, kUntouchedField};
-
-InitIn dualTwelveMegapixel(int32_t word) {
-    InitIn in{};
-    in.sensor_main = {78.0f, 63.0f, 4000, 3000, 0, 0, 4000, 3000, 4000, 3000, 0, 0, 0, 0, 0, 1, 0, 0};
-    in.sensor_auxi = {80.0f, 65.0f, 4000, 3000, 0, 0, 4000, 3000, 4000, 3000, 0, 0, 0, 0, 0, 0, 0, 0};
-    in.feature_mode = word;
-    in.rrz_output_main_w = 1920;
-    in.rrz_output_main_h = 1080;
-    in.p1_fe_main_w = 1280;  // SAT derives the same 640 x 360 depth size from it
-    in.p1_fe_main_h = 720;
-    in.dpe_w = 640;
-    in.dpe_h = 360;
-    in.dpe_w_rot = 360;
-    in.dpe_h_rot = 640;
-    in.module_variation = 1.0f;
-    in.focal_length = 4.5f;
-    in.baseline = 12.0f;
-    in.cell_size = 1.0f;
-    in.dpe_cand_num = 32;
-    in.align_wpe_in_w = 64;
-    in.align_wpe_out_w = 64;
-    in.align_dpe_in_w = 16;
-    in.align_dpe_out_w = 64;
-    in.align_ai_depth_in_w = 16;
-    in.align_ai_depth_in_h = 16;
-    in.align_gpu_in_w = 64;
-    in.align_gpu_in_h = 2;
-    in.align_fe_in_w = 16;
-    in.align_fe_in_h = 16;
-    return in;
-}
 
 // What GenSizeProc's own GenSizeInit call produces for `cfg`.
 InitOut referenceSizes(InitIn cfg) {
