@@ -7,3 +7,7 @@
 #include "utilPlatform.h"
 #include "AlignMode.h"
 #include "gensize/GenSize.h"
+#include "vwmt/core/MemoryManager.h"
+#include "vwmt/core/GridBuffer.h"
+#include "vwmt/core/MeshGridUtility.h"
+#include "vwmt/core/MeshInterpolator.h"
