@@ -23,22 +23,39 @@ namespace velmo {
 namespace mesh {
 namespace {
 
-// Search table split into columns, so that lanes can look it up by gather.
-struct SplitTable {
-    int dCol[16];
-    int dRow[16];
-    int dParity[16];
-};
-
-inline SplitTable splitSearchTable() {
-    SplitTable table{};
+// One search-table column packed two bits per entry (value + 1), so that
+// lanes look it up with a variable shift instead of a gather.
+inline uint32_t packedTableColumn(int component) {
+    uint32_t packed = 0;
     for (int i = 0; i < 16; ++i) {
-        table.dCol[i] = VWMT::MeshInterpolator::searchTable[i][0];
-        table.dRow[i] = VWMT::MeshInterpolator::searchTable[i][1];
-        table.dParity[i] = VWMT::MeshInterpolator::searchTable[i][2];
+        const int value = VWMT::MeshInterpolator::searchTable[i][component];
+        packed |= static_cast<uint32_t>(value + 1) << (2 * i);
     }
-    return table;
+    return packed;
 }
+
+// True when the list is the standard two-triangles-per-cell connectivity, so
+// that corner indices follow from the cell instead of being read.
+inline bool isStandardConnectivity(const int* triangles, int cellsW, int cellsH) {
+    const int w = cellsW + 1;
+    const int* t = triangles;
+    for (int r = 0; r < cellsH; ++r) {
+        for (int c = 0; c < cellsW; ++c, t += 6) {
+            const int v = r * w + c;
+            if (t[0] != v || t[1] != v + w || t[2] != v + 1 || t[3] != v + 1 || t[4] != v + w ||
+                t[5] != v + w + 1) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+struct Packed {
+    uint32_t dCol;
+    uint32_t dRow;
+    uint32_t dParity;
+};
 
 // Lane state, kept in memory between refills. Everything a lane needs to
 // continue its row: the triangle being tested (also as row, column and
@@ -117,204 +134,315 @@ namespace mesh {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-int LaneCount() {
-    const hn::ScalableTag<float> df;
+using DF = hn::CappedTag<float, kMaxLanes>;
+using DI = hn::RebindToSigned<DF>;
+using DU = hn::RebindToUnsigned<DF>;
+using VF = hn::Vec<DF>;
+using VI = hn::Vec<DI>;
+using MI = hn::Mask<DI>;
+
+int LaneCount() { return static_cast<int>(hn::Lanes(DF())); }
+
+// Loads the (x, y) float pairs at pair indices `index`: one 64-bit gather per
+// half vector where the CPU has gathers, a lane loop elsewhere.
+HWY_INLINE void GatherPairs(const float* base, VI index, VF& x, VF& y) {
+    const DF df;
+#if HWY_TARGET == HWY_AVX3
+    if constexpr (hn::MaxLanes(DF()) == 16) {
+        const __m512i raw = index.raw;
+        const __m512 lo = _mm512_castsi512_ps(
+            _mm512_i32gather_epi64(_mm512_castsi512_si256(raw), base, 8));
+        const __m512 hi = _mm512_castsi512_ps(
+            _mm512_i32gather_epi64(_mm512_extracti64x4_epi64(raw, 1), base, 8));
+        x = hn::ConcatEven(df, VF{hi}, VF{lo});
+        y = hn::ConcatOdd(df, VF{hi}, VF{lo});
+        return;
+    }
+#elif HWY_TARGET == HWY_AVX2
+    if constexpr (hn::MaxLanes(DF()) == 8) {
+        const __m256i raw = index.raw;
+        const long long* pairs = reinterpret_cast<const long long*>(base);
+        const __m256 lo = _mm256_castsi256_ps(
+            _mm256_i32gather_epi64(pairs, _mm256_castsi256_si128(raw), 8));
+        const __m256 hi = _mm256_castsi256_ps(
+            _mm256_i32gather_epi64(pairs, _mm256_extracti128_si256(raw, 1), 8));
+        x = hn::ConcatEven(df, VF{hi}, VF{lo});
+        y = hn::ConcatOdd(df, VF{hi}, VF{lo});
+        return;
+    }
+#endif
+    alignas(64) int32_t at[kMaxLanes];
+    alignas(64) float xs[kMaxLanes];
+    alignas(64) float ys[kMaxLanes];
+    hn::Store(index, DI(), at);
     const size_t lanes = hn::Lanes(df);
-    return lanes > static_cast<size_t>(kMaxLanes) ? kMaxLanes : static_cast<int>(lanes);
+    for (size_t lane = 0; lane < lanes; ++lane) {
+        xs[lane] = base[2 * int64_t{at[lane]}];
+        ys[lane] = base[2 * int64_t{at[lane]} + 1];
+    }
+    x = hn::Load(df, xs);
+    y = hn::Load(df, ys);
 }
 
-template <bool kThroughList>
-void WalkRows(const RowsJob& job) {
-    using DF = hn::CappedTag<float, kMaxLanes>;
-    using DI = hn::RebindToSigned<DF>;
-    const DF df;
-    const DI di;
-    const int lanes = static_cast<int>(hn::Lanes(df));
-    using VF = hn::Vec<DF>;
-    using VI = hn::Vec<DI>;
-
-    static const SplitTable table = splitSearchTable();
-    const MeshShape& shape = job.shape;
-
-    LaneState s;
-    RowFeeder feeder(job);
-    for (int lane = 0; lane < lanes; ++lane) feeder.assign(s, lane);
-
-    const VF eps = hn::Set(df, kEps);
-    const VF negEps = hn::Set(df, -kEps);
-    const VF one = hn::Set(df, 1.0f);
-    const VF zero = hn::Zero(df);
-    const VI iZero = hn::Zero(di);
-    const VI iOne = hn::Set(di, 1);
-    const VI iMinusOne = hn::Set(di, -1);
-    const VI cellsW = hn::Set(di, shape.cellsW);
-    const VI cellsH = hn::Set(di, shape.cellsH);
-    const VI lastCol = hn::Set(di, shape.cellsW - 1);
-    const VI limit = hn::Set(di, shape.searchLimit);
-
-    VI tri = hn::Load(di, s.tri), row = hn::Load(di, s.row), col = hn::Load(di, s.col);
-    VI parity = hn::Load(di, s.parity), prev = hn::Load(di, s.prev), steps = hn::Load(di, s.steps);
-    VI query = hn::Load(di, s.query), rowEnd = hn::Load(di, s.rowEnd);
-    VI frozen = hn::Load(di, s.frozen);
-    VF qx = hn::Load(df, s.qx), qy = hn::Load(df, s.qy);
-
-    for (;;) {
-        // Corners of the triangle each lane tests.
-        const VI tri3 = hn::Add(hn::Add(tri, tri), tri);
-        const VI ia = hn::GatherIndex(di, job.triangles, tri3);
-        const VI ib = hn::GatherIndex(di, job.triangles, hn::Add(tri3, iOne));
-        const VI ic = hn::GatherIndex(di, job.triangles, hn::Add(tri3, hn::Set(di, 2)));
-        VF x0, y0, x1, y1, x2, y2;
-        if (kThroughList) {
-            const float* m = job.meshXY;
-            const VI a2 = hn::Add(ia, ia), b2 = hn::Add(ib, ib), c2 = hn::Add(ic, ic);
-            x0 = hn::GatherIndex(df, m, a2);
-            y0 = hn::GatherIndex(df, m, hn::Add(a2, iOne));
-            x1 = hn::GatherIndex(df, m, b2);
-            y1 = hn::GatherIndex(df, m, hn::Add(b2, iOne));
-            x2 = hn::GatherIndex(df, m, c2);
-            y2 = hn::GatherIndex(df, m, hn::Add(c2, iOne));
-        } else {
-            const float* t = job.cornerTable;
-            const VI t6 = hn::Add(tri3, tri3);
-            x0 = hn::GatherIndex(df, t, t6);
-            y0 = hn::GatherIndex(df, t, hn::Add(t6, iOne));
-            x1 = hn::GatherIndex(df, t, hn::Add(t6, hn::Set(di, 2)));
-            y1 = hn::GatherIndex(df, t, hn::Add(t6, hn::Set(di, 3)));
-            x2 = hn::GatherIndex(df, t, hn::Add(t6, hn::Set(di, 4)));
-            y2 = hn::GatherIndex(df, t, hn::Add(t6, hn::Set(di, 5)));
-        }
-
-        // Barycentric coordinates, operation for operation as the scalar walk.
-        const VF y12 = hn::Sub(y1, y2), x12 = hn::Sub(x1, x2);
-        const VF y02 = hn::Sub(y0, y2), x02 = hn::Sub(x0, x2);
-        const VF px = hn::Sub(qx, x2), py = hn::Sub(qy, y2);
-        const VF b0 = hn::Div(hn::Sub(hn::Mul(y12, px), hn::Mul(x12, py)),
-                              hn::Add(hn::Sub(hn::Mul(y12, x02), hn::Mul(x12, y02)), eps));
-        const VF b1 = hn::Div(hn::Sub(hn::Mul(y02, px), hn::Mul(x02, py)),
-                              hn::Add(hn::Sub(hn::Mul(x12, y02), hn::Mul(y12, x02)), eps));
-        const VF b2 = hn::Sub(hn::Sub(one, b0), b1);
-        auto within = [&](VF b) { return hn::And(hn::Ge(b, negEps), hn::Le(b, one)); };
-        const auto inside = hn::RebindMask(di, hn::And(hn::And(within(b0), within(b1)), within(b2)));
-
-        // Next triangle from the search table.
-        const VI index = hn::Add(
-            hn::ShiftLeft<3>(parity),
-            hn::Add(hn::IfThenElseZero(hn::RebindMask(di, hn::Gt(b0, zero)), hn::Set(di, 4)),
-                    hn::Add(hn::IfThenElseZero(hn::RebindMask(di, hn::Gt(b1, zero)), hn::Set(di, 2)),
-                            hn::IfThenElseZero(hn::RebindMask(di, hn::Gt(b2, zero)), iOne))));
-        const VI dCol = hn::GatherIndex(di, table.dCol, index);
-        const VI dRow = hn::GatherIndex(di, table.dRow, index);
-        const VI dParity = hn::GatherIndex(di, table.dParity, index);
-        const VI colTo = hn::Add(col, dCol), rowTo = hn::Add(row, dRow);
-        const auto colOK = hn::And(hn::Gt(colTo, iMinusOne), hn::Lt(colTo, cellsW));
-        const auto rowOK = hn::And(hn::Gt(rowTo, iMinusOne), hn::Lt(rowTo, cellsH));
-        const auto moveCol = hn::And(colOK, hn::Or(hn::Ne(dCol, iZero), rowOK));
-        const auto moveRow = hn::And(rowOK, hn::Or(hn::Ne(dRow, iZero), colOK));
-        const auto moveParity = hn::Or(moveCol, moveRow);
-        const VI stepCol = hn::IfThenElseZero(moveCol, dCol);
-        const VI stepRow = hn::IfThenElseZero(moveRow, dRow);
-        const VI stepParity = hn::IfThenElseZero(moveParity, dParity);
-        const VI rowShift = hn::IfThenElse(hn::Eq(stepRow, iOne), cellsW,
-                                           hn::IfThenElseZero(hn::Eq(stepRow, iMinusOne), hn::Neg(cellsW)));
-        const VI cellShift = hn::Add(rowShift, stepCol);
-        const VI next = hn::Add(hn::Add(tri, hn::Add(cellShift, cellShift)), stepParity);
-
-        const VI stepsAfter = hn::Add(steps, iOne);
-        const auto done = hn::Or(hn::Or(inside, hn::Eq(next, tri)),
-                                 hn::Or(hn::Eq(next, prev), hn::Not(hn::Lt(stepsAfter, limit))));
-
-        // Every lane writes its current query; a lane still walking writes a
-        // provisional value that its final one overwrites, and a lane with no
-        // rows left rewrites the identical final value of its last query.
-        {
-            const VI a2 = hn::Add(ia, ia), b2i = hn::Add(ib, ib), c2 = hn::Add(ic, ic);
-            const float* v = job.values;
-            const VF ox = hn::Add(hn::Add(hn::Mul(b0, hn::GatherIndex(df, v, a2)),
-                                          hn::Mul(b1, hn::GatherIndex(df, v, b2i))),
-                                  hn::Mul(b2, hn::GatherIndex(df, v, c2)));
-            const VF oy = hn::Add(
-                hn::Add(hn::Mul(b0, hn::GatherIndex(df, v, hn::Add(a2, iOne))),
-                        hn::Mul(b1, hn::GatherIndex(df, v, hn::Add(b2i, iOne)))),
-                hn::Mul(b2, hn::GatherIndex(df, v, hn::Add(c2, iOne))));
-            const VI q2 = hn::Add(query, query);
-            hn::ScatterIndex(ox, df, job.out, q2);
-            hn::ScatterIndex(oy, df, job.out, hn::Add(q2, iOne));
-        }
-
-        const auto live = hn::Eq(frozen, iZero);
-        const auto walking = hn::AndNot(done, live);
-        const auto finished = hn::And(done, live);
-
-        // Lanes still walking step to the next triangle.
-        prev = hn::IfThenElse(walking, tri, prev);
-        steps = hn::IfThenElse(walking, stepsAfter, steps);
-        tri = hn::IfThenElse(walking, next, tri);
-        col = hn::IfThenElse(walking, hn::Add(col, stepCol), col);
-        row = hn::IfThenElse(walking, hn::Add(row, stepRow), row);
-        parity = hn::IfThenElse(walking, hn::Add(parity, stepParity), parity);
-
-        // Lanes whose query is settled move one column right along their row.
-        const VI nextQuery = hn::Add(query, iOne);
-        const auto rowEnds = hn::And(finished, hn::Eq(nextQuery, rowEnd));
-        const auto advance = hn::AndNot(rowEnds, finished);
-        if (!hn::AllFalse(di, advance)) {
-            const auto shiftRight = hn::And(advance, hn::Ne(col, lastCol));
-            tri = hn::IfThenElse(shiftRight, hn::Add(tri, hn::Set(di, 2)), tri);
-            col = hn::IfThenElse(shiftRight, hn::Add(col, iOne), col);
-            prev = hn::IfThenElse(advance, iMinusOne, prev);
-            steps = hn::IfThenElseZero(hn::Not(advance), steps);
-            query = hn::IfThenElse(advance, nextQuery, query);
-            const VI c2 = hn::Add(query, query);
-            const auto advanceF = hn::RebindMask(df, advance);
-            qx = hn::IfThenElse(advanceF, hn::GatherIndex(df, job.queryXY, c2), qx);
-            qy = hn::IfThenElse(advanceF, hn::GatherIndex(df, job.queryXY, hn::Add(c2, iOne)), qy);
-        }
-
-        // Lanes at the end of their row take the next row, or stop.
-        if (!hn::AllFalse(di, rowEnds)) {
-            hn::Store(tri, di, s.tri);
-            hn::Store(row, di, s.row);
-            hn::Store(col, di, s.col);
-            hn::Store(parity, di, s.parity);
-            hn::Store(prev, di, s.prev);
-            hn::Store(steps, di, s.steps);
-            hn::Store(query, di, s.query);
-            hn::Store(rowEnd, di, s.rowEnd);
-            hn::Store(frozen, di, s.frozen);
-            hn::Store(qx, df, s.qx);
-            hn::Store(qy, df, s.qy);
-            alignas(64) int32_t ends[kMaxLanes];
-            hn::Store(hn::VecFromMask(di, rowEnds), di, ends);
-            bool anyLive = false;
-            for (int lane = 0; lane < lanes; ++lane) {
-                if (ends[lane] != 0) {
-                    if (feeder.exhausted()) {
-                        s.frozen[lane] = -1;
-                    } else {
-                        feeder.assign(s, lane);
-                    }
-                }
-                anyLive = anyLive || s.frozen[lane] == 0;
-            }
-            if (!anyLive) return;
-            tri = hn::Load(di, s.tri);
-            row = hn::Load(di, s.row);
-            col = hn::Load(di, s.col);
-            parity = hn::Load(di, s.parity);
-            prev = hn::Load(di, s.prev);
-            steps = hn::Load(di, s.steps);
-            query = hn::Load(di, s.query);
-            rowEnd = hn::Load(di, s.rowEnd);
-            frozen = hn::Load(di, s.frozen);
-            qx = hn::Load(df, s.qx);
-            qy = hn::Load(df, s.qy);
-        }
+// Stores (x, y) pairs at pair indices `index`.
+HWY_INLINE void ScatterPairs(float* base, VI index, VF x, VF y) {
+#if HWY_TARGET == HWY_AVX3
+    if constexpr (hn::MaxLanes(DF()) == 16) {
+        const __m512i lowHalf = _mm512_setr_epi32(0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+        const __m512i highHalf =
+            _mm512_setr_epi32(8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
+        const __m512 lo = _mm512_permutex2var_ps(x.raw, lowHalf, y.raw);
+        const __m512 hi = _mm512_permutex2var_ps(x.raw, highHalf, y.raw);
+        _mm512_i32scatter_epi64(base, _mm512_castsi512_si256(index.raw), _mm512_castps_si512(lo), 8);
+        _mm512_i32scatter_epi64(base, _mm512_extracti64x4_epi64(index.raw, 1),
+                                _mm512_castps_si512(hi), 8);
+        return;
+    }
+#endif
+    alignas(64) int32_t at[kMaxLanes];
+    alignas(64) float xs[kMaxLanes];
+    alignas(64) float ys[kMaxLanes];
+    hn::Store(index, DI(), at);
+    hn::Store(x, DF(), xs);
+    hn::Store(y, DF(), ys);
+    const size_t lanes = hn::Lanes(DF());
+    for (size_t lane = 0; lane < lanes; ++lane) {
+        base[2 * int64_t{at[lane]}] = xs[lane];
+        base[2 * int64_t{at[lane]} + 1] = ys[lane];
     }
 }
 
-void WalkRowsThroughList(const RowsJob& job) { WalkRows<true>(job); }
-void WalkRowsFromTable(const RowsJob& job) { WalkRows<false>(job); }
+// Table column entry by lane: ((packed >> 2 x index) & 3) - 1.
+HWY_INLINE VI LookUp(uint32_t packed, VI index) {
+    const DU du;
+    const auto shifted = hn::Set(du, packed) >> hn::BitCast(du, hn::Add(index, index));
+    return hn::Sub(hn::BitCast(DI(), hn::And(shifted, hn::Set(du, 3u))), hn::Set(DI(), 1));
+}
+
+// One group of lanes, each walking its own query row.
+struct Group {
+    LaneState s;
+    VI tri, row, col, parity, prev, steps, query, rowEnd, frozen;
+    VF qx, qy;
+    bool live = true;
+
+    void load() {
+        const DI di;
+        tri = hn::Load(di, s.tri);
+        row = hn::Load(di, s.row);
+        col = hn::Load(di, s.col);
+        parity = hn::Load(di, s.parity);
+        prev = hn::Load(di, s.prev);
+        steps = hn::Load(di, s.steps);
+        query = hn::Load(di, s.query);
+        rowEnd = hn::Load(di, s.rowEnd);
+        frozen = hn::Load(di, s.frozen);
+        qx = hn::Load(DF(), s.qx);
+        qy = hn::Load(DF(), s.qy);
+    }
+    void store() {
+        const DI di;
+        hn::Store(tri, di, s.tri);
+        hn::Store(row, di, s.row);
+        hn::Store(col, di, s.col);
+        hn::Store(parity, di, s.parity);
+        hn::Store(prev, di, s.prev);
+        hn::Store(steps, di, s.steps);
+        hn::Store(query, di, s.query);
+        hn::Store(rowEnd, di, s.rowEnd);
+        hn::Store(frozen, di, s.frozen);
+        hn::Store(qx, DF(), s.qx);
+        hn::Store(qy, DF(), s.qy);
+    }
+};
+
+struct Context {
+    const RowsJob& job;
+    Packed table;
+};
+
+// Corner vertex indices of each lane's triangle.
+template <bool kStandard>
+HWY_INLINE void Corners(const Context& ctx, const Group& g, VI& ia, VI& ib, VI& ic) {
+    const DI di;
+    if (kStandard) {
+        // Top-left vertex of the cell: row x (cellsW + 1) + col = cell + row.
+        const VI v = hn::Add(hn::ShiftRight<1>(g.tri), g.row);
+        const VI below = hn::Add(v, hn::Set(di, ctx.job.shape.cellsW + 1));
+        const MI odd = hn::Eq(g.parity, hn::Set(di, 1));
+        const VI one = hn::Set(di, 1);
+        ia = hn::IfThenElse(odd, hn::Add(v, one), v);
+        ib = below;
+        ic = hn::IfThenElse(odd, hn::Add(below, one), hn::Add(v, one));
+    } else {
+        const VI tri3 = hn::Add(hn::Add(g.tri, g.tri), g.tri);
+        ia = hn::GatherIndex(di, ctx.job.triangles, tri3);
+        ib = hn::GatherIndex(di, ctx.job.triangles, hn::Add(tri3, hn::Set(di, 1)));
+        ic = hn::GatherIndex(di, ctx.job.triangles, hn::Add(tri3, hn::Set(di, 2)));
+    }
+}
+
+// One evaluation for every lane of the group, then each lane either steps to
+// the next triangle or settles its query and moves on. Returns false once the
+// group has no row left.
+template <bool kThroughList, bool kStandard>
+HWY_INLINE bool Step(const Context& ctx, Group& g, RowFeeder& feeder) {
+    const DF df;
+    const DI di;
+    const RowsJob& job = ctx.job;
+    const MeshShape& shape = job.shape;
+    const VI iOne = hn::Set(di, 1);
+    const VI iMinusOne = hn::Set(di, -1);
+
+    VI ia, ib, ic;
+    Corners<kStandard>(ctx, g, ia, ib, ic);
+    VF x0, y0, x1, y1, x2, y2;
+    if (kThroughList) {
+        GatherPairs(job.meshXY, ia, x0, y0);
+        GatherPairs(job.meshXY, ib, x1, y1);
+        GatherPairs(job.meshXY, ic, x2, y2);
+    } else {
+        const VI tri3 = hn::Add(hn::Add(g.tri, g.tri), g.tri);
+        GatherPairs(job.cornerTable, tri3, x0, y0);
+        GatherPairs(job.cornerTable, hn::Add(tri3, iOne), x1, y1);
+        GatherPairs(job.cornerTable, hn::Add(tri3, hn::Set(di, 2)), x2, y2);
+    }
+
+    // Barycentric coordinates, operation for operation as the scalar walk.
+    const VF eps = hn::Set(df, kEps);
+    const VF one = hn::Set(df, 1.0f);
+    const VF y12 = hn::Sub(y1, y2), x12 = hn::Sub(x1, x2);
+    const VF y02 = hn::Sub(y0, y2), x02 = hn::Sub(x0, x2);
+    const VF px = hn::Sub(g.qx, x2), py = hn::Sub(g.qy, y2);
+    const VF b0 = hn::Div(hn::Sub(hn::Mul(y12, px), hn::Mul(x12, py)),
+                          hn::Add(hn::Sub(hn::Mul(y12, x02), hn::Mul(x12, y02)), eps));
+    const VF b1 = hn::Div(hn::Sub(hn::Mul(y02, px), hn::Mul(x02, py)),
+                          hn::Add(hn::Sub(hn::Mul(x12, y02), hn::Mul(y12, x02)), eps));
+    const VF b2 = hn::Sub(hn::Sub(one, b0), b1);
+    const VF negEps = hn::Set(df, -kEps);
+    auto within = [&](VF b) { return hn::And(hn::Ge(b, negEps), hn::Le(b, one)); };
+    const MI inside = hn::RebindMask(di, hn::And(hn::And(within(b0), within(b1)), within(b2)));
+
+    // Next triangle from the search table.
+    const VF zero = hn::Zero(df);
+    const VI index = hn::Add(
+        hn::ShiftLeft<3>(g.parity),
+        hn::Add(hn::IfThenElseZero(hn::RebindMask(di, hn::Gt(b0, zero)), hn::Set(di, 4)),
+                hn::Add(hn::IfThenElseZero(hn::RebindMask(di, hn::Gt(b1, zero)), hn::Set(di, 2)),
+                        hn::IfThenElseZero(hn::RebindMask(di, hn::Gt(b2, zero)), iOne))));
+    const VI dCol = LookUp(ctx.table.dCol, index);
+    const VI dRow = LookUp(ctx.table.dRow, index);
+    const VI dParity = LookUp(ctx.table.dParity, index);
+    const VI cellsW = hn::Set(di, shape.cellsW);
+    const VI colTo = hn::Add(g.col, dCol), rowTo = hn::Add(g.row, dRow);
+    const MI colOK = hn::And(hn::Gt(colTo, iMinusOne), hn::Lt(colTo, cellsW));
+    const MI rowOK = hn::And(hn::Gt(rowTo, iMinusOne), hn::Lt(rowTo, hn::Set(di, shape.cellsH)));
+    const VI iZero = hn::Zero(di);
+    const MI moveCol = hn::And(colOK, hn::Or(hn::Ne(dCol, iZero), rowOK));
+    const MI moveRow = hn::And(rowOK, hn::Or(hn::Ne(dRow, iZero), colOK));
+    const VI stepCol = hn::IfThenElseZero(moveCol, dCol);
+    const VI stepRow = hn::IfThenElseZero(moveRow, dRow);
+    const VI stepParity = hn::IfThenElseZero(hn::Or(moveCol, moveRow), dParity);
+    const VI rowShift = hn::IfThenElse(hn::Eq(stepRow, iOne), cellsW,
+                                       hn::IfThenElseZero(hn::Eq(stepRow, iMinusOne), hn::Neg(cellsW)));
+    const VI cellShift = hn::Add(rowShift, stepCol);
+    const VI next = hn::Add(hn::Add(g.tri, hn::Add(cellShift, cellShift)), stepParity);
+    const VI stepsAfter = hn::Add(g.steps, iOne);
+    const MI done = hn::Or(hn::Or(inside, hn::Eq(next, g.tri)),
+                           hn::Or(hn::Eq(next, g.prev), hn::Not(hn::Lt(stepsAfter, hn::Set(di, shape.searchLimit)))));
+
+    // Every lane writes its current query: a lane still walking writes a
+    // provisional value that its final one overwrites later, and a lane with
+    // no row left rewrites the identical final value of its last query.
+    {
+        VF ax, ay, bx, by, cx, cy;
+        GatherPairs(job.values, ia, ax, ay);
+        GatherPairs(job.values, ib, bx, by);
+        GatherPairs(job.values, ic, cx, cy);
+        const VF ox = hn::Add(hn::Add(hn::Mul(b0, ax), hn::Mul(b1, bx)), hn::Mul(b2, cx));
+        const VF oy = hn::Add(hn::Add(hn::Mul(b0, ay), hn::Mul(b1, by)), hn::Mul(b2, cy));
+        ScatterPairs(job.out, g.query, ox, oy);
+    }
+
+    const MI live = hn::Eq(g.frozen, iZero);
+    const MI walking = hn::AndNot(done, live);
+    const MI finished = hn::And(done, live);
+
+    g.prev = hn::IfThenElse(walking, g.tri, g.prev);
+    g.steps = hn::IfThenElse(walking, stepsAfter, g.steps);
+    g.tri = hn::IfThenElse(walking, next, g.tri);
+    g.col = hn::IfThenElse(walking, hn::Add(g.col, stepCol), g.col);
+    g.row = hn::IfThenElse(walking, hn::Add(g.row, stepRow), g.row);
+    g.parity = hn::IfThenElse(walking, hn::Add(g.parity, stepParity), g.parity);
+
+    // Settled lanes move one query right; the seed moves one cell right
+    // unless the hit was in the last column.
+    const VI nextQuery = hn::Add(g.query, iOne);
+    const MI rowEnds = hn::And(finished, hn::Eq(nextQuery, g.rowEnd));
+    const MI advance = hn::AndNot(rowEnds, finished);
+    if (!hn::AllFalse(di, advance)) {
+        const MI shiftRight = hn::And(advance, hn::Ne(g.col, hn::Set(di, shape.cellsW - 1)));
+        g.tri = hn::IfThenElse(shiftRight, hn::Add(g.tri, hn::Set(di, 2)), g.tri);
+        g.col = hn::IfThenElse(shiftRight, hn::Add(g.col, iOne), g.col);
+        g.prev = hn::IfThenElse(advance, iMinusOne, g.prev);
+        g.steps = hn::IfThenElseZero(hn::Not(advance), g.steps);
+        g.query = hn::IfThenElse(advance, nextQuery, g.query);
+        VF nx, ny;
+        GatherPairs(job.queryXY, g.query, nx, ny);
+        const auto advanceF = hn::RebindMask(df, advance);
+        g.qx = hn::IfThenElse(advanceF, nx, g.qx);
+        g.qy = hn::IfThenElse(advanceF, ny, g.qy);
+    }
+
+    // Lanes at the end of their row take the next row, or stop.
+    if (!hn::AllFalse(di, rowEnds)) {
+        g.store();
+        alignas(64) int32_t ends[kMaxLanes];
+        hn::Store(hn::VecFromMask(di, rowEnds), di, ends);
+        bool anyLive = false;
+        const int lanes = static_cast<int>(hn::Lanes(df));
+        for (int lane = 0; lane < lanes; ++lane) {
+            if (ends[lane] != 0) {
+                if (feeder.exhausted()) {
+                    g.s.frozen[lane] = -1;
+                } else {
+                    feeder.assign(g.s, lane);
+                }
+            }
+            anyLive = anyLive || g.s.frozen[lane] == 0;
+        }
+        g.load();
+        g.live = anyLive;
+    }
+    return g.live;
+}
+
+// One group of lanes walks all rows. The loop is bound by gather throughput,
+// so a second group in flight to hide latency does not pay.
+template <bool kThroughList, bool kStandard>
+void WalkRows(const RowsJob& job, const Packed& table) {
+    const Context ctx{job, table};
+    RowFeeder feeder(job);
+    Group group;
+    for (int lane = 0; lane < LaneCount(); ++lane) feeder.assign(group.s, lane);
+    group.load();
+    while (Step<kThroughList, kStandard>(ctx, group, feeder)) {
+    }
+}
+
+void WalkRowsDispatch(const RowsJob& job, const Packed& table, bool throughList, bool standard) {
+    if (throughList) {
+        if (standard) {
+            WalkRows<true, true>(job, table);
+        } else {
+            WalkRows<true, false>(job, table);
+        }
+    } else if (standard) {
+        WalkRows<false, true>(job, table);
+    } else {
+        WalkRows<false, false>(job, table);
+    }
+}
 
 }  // namespace HWY_NAMESPACE
 }  // namespace mesh
@@ -326,8 +454,7 @@ namespace velmo {
 namespace mesh {
 
 HWY_EXPORT(LaneCount);
-HWY_EXPORT(WalkRowsThroughList);
-HWY_EXPORT(WalkRowsFromTable);
+HWY_EXPORT(WalkRowsDispatch);
 
 int parallelLanes() { return HWY_DYNAMIC_DISPATCH(LaneCount)(); }
 
@@ -347,11 +474,10 @@ void interpolateRowsParallel(const RowsJob& job) {
         interpolateRowsSequential(job);
         return;
     }
-    if (job.meshXY != nullptr) {
-        HWY_DYNAMIC_DISPATCH(WalkRowsThroughList)(job);
-    } else {
-        HWY_DYNAMIC_DISPATCH(WalkRowsFromTable)(job);
-    }
+    static const Packed table{packedTableColumn(0), packedTableColumn(1), packedTableColumn(2)};
+    const bool standard =
+        isStandardConnectivity(job.triangles, job.shape.cellsW, job.shape.cellsH);
+    HWY_DYNAMIC_DISPATCH(WalkRowsDispatch)(job, table, job.meshXY != nullptr, standard);
 }
 
 namespace {
