@@ -297,8 +297,13 @@ TEST(MeshRowsParallel, BitIdenticalToTheSequentialLoopOnEveryTarget) {
         const int lanes = velmo::mesh::parallelLanes();
         lanesSeen.push_back(lanes);
         for (const TestMesh& mesh : meshes) {
-            for (int qh = 1; qh <= 2 * lanes + 3; ++qh) {
-                for (int qw = 1; qw <= 2 * lanes + 3; qw += (qw < 6 ? 1 : 3)) {
+            // Row counts around one and two lane loads (rows are handed to
+            // lanes as they free up), and every short row width.
+            const int rowCounts[] = {1, 2, 3, lanes - 1, lanes, lanes + 1, 2 * lanes - 1,
+                                     2 * lanes, 2 * lanes + 1, 3 * lanes + 5};
+            for (int qh : rowCounts) {
+                if (qh < 1) continue;
+                for (int qw = 1; qw <= 2 * lanes + 3; qw += (qw < 8 ? 1 : 5)) {
                     const std::string what = std::string(hwy::TargetName(target)) + " mesh " +
                                              std::to_string(mesh.w) + "x" + std::to_string(mesh.h);
                     // Mostly inside, with a margin outside that is extrapolated.
