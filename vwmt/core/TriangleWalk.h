@@ -77,24 +77,42 @@ inline int searchIndex(int parity, const float* bary) {
     return parity * 8 + (bary[0] > 0.0f) * 4 + (bary[1] > 0.0f) * 2 + (bary[2] > 0.0f);
 }
 
+// A triangle by index and by place: cell row and column, and parity.
+struct TrianglePlace {
+    int tri;
+    int row;
+    int col;
+    int parity;
+};
+
+inline TrianglePlace locate(const MeshShape& shape, int tri) {
+    const int cell = tri / 2;
+    const int row = sdiv(cell, shape.cellsW);
+    return {tri, row, cell - row * shape.cellsW, tri % 2};
+}
+
 // A diagonal step that would leave the mesh in one direction keeps only the
 // other; a step blocked in its only direction stays on the same triangle.
-inline int nextTriangle(const MeshShape& shape, int tri, const float* bary) {
-    const int cell = tri / 2;
-    const int parity = tri % 2;
-    const int row = sdiv(cell, shape.cellsW);
-    const int col = cell - row * shape.cellsW;
-    const int index = searchIndex(parity, bary);
+inline TrianglePlace nextPlace(const MeshShape& shape, const TrianglePlace& at, const float* bary) {
+    const int index = searchIndex(at.parity, bary);
     const int* step = (index >= 0 && index < 16) ? VWMT::MeshInterpolator::searchTable[index]
                                                  : VWMT::MeshInterpolator::searchTable[0];
     const int dCol = step[0], dRow = step[1], dParity = step[2];
-    const bool colOK = col + dCol >= 0 && col + dCol < shape.cellsW;
-    const bool rowOK = row + dRow >= 0 && row + dRow < shape.cellsH;
+    const bool colOK = at.col + dCol >= 0 && at.col + dCol < shape.cellsW;
+    const bool rowOK = at.row + dRow >= 0 && at.row + dRow < shape.cellsH;
     const bool moveCol = colOK && (dCol != 0 || rowOK);
     const bool moveRow = rowOK && (dRow != 0 || colOK);
     const bool moveParity = moveCol || moveRow;
-    return 2 * ((row + (moveRow ? dRow : 0)) * shape.cellsW + col + (moveCol ? dCol : 0)) +
-           parity + (moveParity ? dParity : 0);
+    TrianglePlace next = at;
+    next.row += moveRow ? dRow : 0;
+    next.col += moveCol ? dCol : 0;
+    next.parity += moveParity ? dParity : 0;
+    next.tri = 2 * (next.row * shape.cellsW + next.col) + next.parity;
+    return next;
+}
+
+inline int nextTriangle(const MeshShape& shape, int tri, const float* bary) {
+    return nextPlace(shape, locate(shape, tri), bary).tri;
 }
 
 // Along a query row the search starts one cell right of the previous hit; at
@@ -115,20 +133,20 @@ template <class Corners, class Counter>
 int walk(const MeshShape& shape, const Corners& corners, Counter& counter, float x, float y,
          int startTri, int* outTri, float* bary) {
     if (shape.searchLimit < 1 || !shape.hasCells() || !shape.isTriangle(startTri)) return 0;
-    int cur = startTri;
+    TrianglePlace cur = locate(shape, startTri);
     int prev = -1;
     int steps = 0;
     do {
         float p[6];
-        corners(cur, p);
+        corners(cur.tri, p);
         counter.evaluation();
         const bool inside = barycentric(x, y, p, bary);
-        *outTri = cur;
+        *outTri = cur.tri;
         if (inside) return 1;
-        const int next = nextTriangle(shape, cur, bary);
-        if (next == cur || next == prev) return 0;
+        const TrianglePlace next = nextPlace(shape, cur, bary);
+        if (next.tri == cur.tri || next.tri == prev) return 0;
         ++steps;
-        prev = cur;
+        prev = cur.tri;
         cur = next;
     } while (steps < shape.searchLimit);
     return 0;
