@@ -221,9 +221,9 @@ HWY_INLINE VI LookUp(uint32_t packed, VI index) {
     return hn::Sub(hn::BitCast(DI(), hn::And(shifted, hn::Set(du, 3u))), hn::Set(DI(), 1));
 }
 
-// One group of lanes, each walking its own query row.
+// One group of lanes, each walking its own query row: the lane state in
+// registers (kept apart from its memory copy so that it can stay there).
 struct Group {
-    LaneState s;
     VI tri, row, col, parity, prev, steps, query, rowEnd, frozen;
     VF qx, qy;
     bool live = true;
@@ -233,7 +233,7 @@ struct Group {
         : tri(hn::Zero(DI())), row(tri), col(tri), parity(tri), prev(tri), steps(tri), query(tri),
           rowEnd(tri), frozen(tri), qx(hn::Zero(DF())), qy(qx) {}
 
-    void load() {
+    void load(const LaneState& s) {
         const DI di;
         tri = hn::Load(di, s.tri);
         row = hn::Load(di, s.row);
@@ -247,7 +247,7 @@ struct Group {
         qx = hn::Load(DF(), s.qx);
         qy = hn::Load(DF(), s.qy);
     }
-    void store() {
+    void store(LaneState& s) const {
         const DI di;
         hn::Store(tri, di, s.tri);
         hn::Store(row, di, s.row);
@@ -293,7 +293,7 @@ HWY_INLINE void Corners(const Context& ctx, const Group& g, VI& ia, VI& ib, VI& 
 // the next triangle or settles its query and moves on. Returns false once the
 // group has no row left.
 template <bool kThroughList, bool kStandard>
-HWY_INLINE bool Step(const Context& ctx, Group& g, RowFeeder& feeder) {
+HWY_INLINE bool Step(const Context& ctx, Group& g, LaneState& s, RowFeeder& feeder) {
     const DF df;
     const DI di;
     const RowsJob& job = ctx.job;
@@ -403,7 +403,7 @@ HWY_INLINE bool Step(const Context& ctx, Group& g, RowFeeder& feeder) {
 
     // Lanes at the end of their row take the next row, or stop.
     if (!hn::AllFalse(di, rowEnds)) {
-        g.store();
+        g.store(s);
         alignas(64) int32_t ends[kMaxLanes];
         hn::Store(hn::VecFromMask(di, rowEnds), di, ends);
         bool anyLive = false;
@@ -411,14 +411,14 @@ HWY_INLINE bool Step(const Context& ctx, Group& g, RowFeeder& feeder) {
         for (int lane = 0; lane < lanes; ++lane) {
             if (ends[lane] != 0) {
                 if (feeder.exhausted()) {
-                    g.s.frozen[lane] = -1;
+                    s.frozen[lane] = -1;
                 } else {
-                    feeder.assign(g.s, lane);
+                    feeder.assign(s, lane);
                 }
             }
-            anyLive = anyLive || g.s.frozen[lane] == 0;
+            anyLive = anyLive || s.frozen[lane] == 0;
         }
-        g.load();
+        g.load(s);
         g.live = anyLive;
     }
     return g.live;
@@ -430,10 +430,11 @@ template <bool kThroughList, bool kStandard>
 void WalkRows(const RowsJob& job, const Packed& table) {
     const Context ctx{job, table};
     RowFeeder feeder(job);
+    LaneState state;
+    for (int lane = 0; lane < LaneCount(); ++lane) feeder.assign(state, lane);
     Group group;
-    for (int lane = 0; lane < LaneCount(); ++lane) feeder.assign(group.s, lane);
-    group.load();
-    while (Step<kThroughList, kStandard>(ctx, group, feeder)) {
+    group.load(state);
+    while (Step<kThroughList, kStandard>(ctx, group, state, feeder)) {
     }
 }
 
@@ -502,8 +503,8 @@ bool overlaps(const float* a, int64_t countA, const float* b, int64_t countB) {
 void interpolateRows(const RowsJob& job) {
     const int64_t queries = int64_t{job.queryW} * job.queryH;
     const int64_t vertices = (int64_t{job.shape.cellsW} + 1) * (int64_t{job.shape.cellsH} + 1);
-    const bool small = queries <= 0 || 2 * queries > INT32_MAX || 6 * int64_t{job.shape.numTriangles} > INT32_MAX;
-    if (small || overlaps(job.out, 2 * queries, job.queryXY, 2 * queries) ||
+    const bool outOfRange = queries <= 0 || 2 * queries > INT32_MAX || 6 * int64_t{job.shape.numTriangles} > INT32_MAX;
+    if (outOfRange || overlaps(job.out, 2 * queries, job.queryXY, 2 * queries) ||
         overlaps(job.out, 2 * queries, job.values, 2 * vertices) ||
         (job.meshXY != nullptr && overlaps(job.out, 2 * queries, job.meshXY, 2 * vertices))) {
         interpolateRowsSequential(job);
