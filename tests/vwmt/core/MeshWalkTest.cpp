@@ -288,9 +288,15 @@ void expectRowsMatchSequential(const TestMesh& mesh, int qw, int qh, double x0, 
 }
 
 TEST(MeshRowsParallel, BitIdenticalToTheSequentialLoopOnEveryTarget) {
+    // The last mesh lists each triangle's corners in another order, which
+    // sends the fast path to read the list instead of deriving corners.
+    TestMesh rotated = makeMesh(12, 9, 400, 300, 1);
+    for (size_t t = 0; t < rotated.tris.size(); t += 3) {
+        std::rotate(rotated.tris.begin() + t, rotated.tris.begin() + t + 1, rotated.tris.begin() + t + 3);
+    }
     const TestMesh meshes[] = {makeMesh(2, 2, 50, 50, 0), makeMesh(9, 4, 300, 90, 1),
                                makeMesh(28, 28, 1920, 1080, 1), makeMesh(11, 8, 200, 150, 2, 0.35),
-                               makeMesh(10, 7, 200, 150, 2, 0.9, 3)};
+                               makeMesh(10, 7, 200, 150, 2, 0.9, 3), rotated};
     std::vector<int> lanesSeen;
     for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
         hwy::SetSupportedTargetsForTest(target);
