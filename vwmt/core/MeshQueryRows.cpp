@@ -292,8 +292,14 @@ HWY_INLINE void Corners(const Context& ctx, const Group& g, VI& ia, VI& ib, VI& 
 // One evaluation for every lane of the group, then each lane either steps to
 // the next triangle or settles its query and moves on. Returns false once the
 // group has no row left.
+// What one evaluation decided for each lane.
+struct Outcome {
+    VI next, stepsAfter, stepCol, stepRow, stepParity;
+    MI done;
+};
+
 template <bool kThroughList, bool kStandard>
-HWY_INLINE bool Step(const Context& ctx, Group& g, LaneState& s, RowFeeder& feeder) {
+HWY_INLINE Outcome Evaluate(const Context& ctx, const Group& g) {
     const DF df;
     const DI di;
     const RowsJob& job = ctx.job;
@@ -371,6 +377,22 @@ HWY_INLINE bool Step(const Context& ctx, Group& g, LaneState& s, RowFeeder& feed
         ScatterPairs(job.out, g.query, ox, oy);
     }
 
+    return {next, stepsAfter, stepCol, stepRow, stepParity, done};
+}
+
+// Each lane either steps to the next triangle or settles its query and moves
+// on. Returns false once the group has no row left.
+HWY_INLINE bool Advance(const RowsJob& job, Group& g, LaneState& s, RowFeeder& feeder,
+                        const Outcome& o) {
+    const DF df;
+    const DI di;
+    const MeshShape& shape = job.shape;
+    const VI iZero = hn::Zero(di);
+    const VI iOne = hn::Set(di, 1);
+    const VI iMinusOne = hn::Set(di, -1);
+    const VI next = o.next, stepsAfter = o.stepsAfter, stepCol = o.stepCol, stepRow = o.stepRow,
+             stepParity = o.stepParity;
+    const MI done = o.done;
     const MI live = hn::Eq(g.frozen, iZero);
     const MI walking = hn::AndNot(done, live);
     const MI finished = hn::And(done, live);
@@ -424,17 +446,32 @@ HWY_INLINE bool Step(const Context& ctx, Group& g, LaneState& s, RowFeeder& feed
     return g.live;
 }
 
-// One group of lanes walks all rows. The loop is bound by gather throughput,
-// so a second group in flight to hide latency does not pay.
+// Two groups of lanes in flight: one evaluation waits on gathers and
+// divisions in a chain, and the other group's evaluation fills that wait.
 template <bool kThroughList, bool kStandard>
 void WalkRows(const RowsJob& job, const Packed& table) {
     const Context ctx{job, table};
     RowFeeder feeder(job);
-    LaneState state;
-    for (int lane = 0; lane < LaneCount(); ++lane) feeder.assign(state, lane);
-    Group group;
-    group.load(state);
-    while (Step<kThroughList, kStandard>(ctx, group, state, feeder)) {
+    const int lanes = LaneCount();
+    const int groupCount = job.queryH >= 2 * lanes ? 2 : 1;
+    LaneState states[2] = {};
+    Group groups[2];
+    for (int k = 0; k < groupCount; ++k) {
+        for (int lane = 0; lane < lanes; ++lane) feeder.assign(states[k], lane);
+        groups[k].load(states[k]);
+    }
+    groups[1].live = groupCount == 2;
+    while (groups[0].live && groups[1].live) {
+        const Outcome first = Evaluate<kThroughList, kStandard>(ctx, groups[0]);
+        const Outcome second = Evaluate<kThroughList, kStandard>(ctx, groups[1]);
+        Advance(job, groups[0], states[0], feeder, first);
+        Advance(job, groups[1], states[1], feeder, second);
+    }
+    for (int k = 0; k < 2; ++k) {
+        while (groups[k].live) {
+            Advance(job, groups[k], states[k], feeder,
+                    Evaluate<kThroughList, kStandard>(ctx, groups[k]));
+        }
     }
 }
 
