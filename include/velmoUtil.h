@@ -16,3 +16,7 @@
 #include "vwmt/core/Transpose.h"
 #include "vwmt/core/FileBin.h"
 #include "vwmt/core/CalibrationDataReader.h"
+#include "vwmt/core/MemoryManager.h"
+#include "vwmt/core/GridBuffer.h"
+#include "vwmt/core/MeshGridUtility.h"
+#include "vwmt/core/MeshInterpolator.h"

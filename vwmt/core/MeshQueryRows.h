@@ -1,0 +1,41 @@
+#pragma once
+
+// The query loop over a regular grid, in two forms that give identical bits:
+// the sequential reference, and a row-parallel form. Within the loop a row
+// depends on the rows above only through its first hit, so once the first
+// column has been walked row after row, the remaining columns of many rows are
+// walked side by side in vector lanes.
+
+#include "vwmt/core/TriangleWalk.h"
+
+namespace velmo {
+namespace mesh {
+
+struct RowsJob {
+    MeshShape shape;
+    const int* triangles;
+    const float* meshXY;       // corners read through the triangle list when set
+    const float* cornerTable;  // otherwise corners from the per-triangle table
+    int queryW;
+    int queryH;
+    const float* values;
+    const float* queryXY;
+    float* out;
+};
+
+// Sequential reference loop.
+void interpolateRowsSequential(const RowsJob& job);
+
+// Row-parallel loop; falls back to the sequential one where lanes cannot help
+// (few rows, one column, or an output that overlaps an input).
+void interpolateRows(const RowsJob& job);
+
+// The row-parallel loop alone (no fallback decisions), for tests. Requires
+// job.queryW >= 2 and a mesh with cells.
+void interpolateRowsParallel(const RowsJob& job);
+
+// Lanes of the row-parallel loop on this CPU.
+int parallelLanes();
+
+}  // namespace mesh
+}  // namespace velmo
