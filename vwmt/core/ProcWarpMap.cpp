@@ -104,7 +104,7 @@ void ProcWarpMap::fmtTrnasOfCoordDef_GeoToPixel(float* out, float* in, int gridW
     }
 }
 
-std::pair<float, float> find_center_offset(int* mapX, int* mapY, int H, int W) {
+CenterOffset find_center_offset(int* mapX, int* mapY, int H, int W) {
     // 1. The two middle rows and columns (one and the same for odd sizes).
     const ptrdiff_t rowA = H >= 1 ? (H - 1) >> 1 : H >> 1;
     const ptrdiff_t rowB = H / 2;

@@ -5,8 +5,6 @@
 // point with 5 fractional bits (pixels x 32), grid-corner or pixel-centre
 // coordinates.
 
-#include <utility>
-
 #include "AlignMode.h"
 #include "velmoExport.h"
 
@@ -35,9 +33,16 @@ public:
                                               int unused);
 };
 
-// Mean of the four central values of the H x W planes mapX and mapY, as
-// (x, y); the sums wrap around in 32 bits. For odd sizes the middle value.
-VELMO_EXPORT std::pair<float, float> find_center_offset(int* mapX, int* mapY, int H, int W);
+// The two means that find_center_offset returns. A plain aggregate rather than
+// std::pair, whose argument passing GCC changed on arm64 between versions.
+struct CenterOffset {
+    float x;
+    float y;
+};
+
+// Mean of the four central values of the H x W planes mapX and mapY; the sums
+// wrap around in 32 bits. For odd sizes the middle value.
+VELMO_EXPORT CenterOffset find_center_offset(int* mapX, int* mapY, int H, int W);
 
 // n x (a x b / n rounded), in single precision: ALIGN_ROUND to nearest with
 // halves away from zero, ALIGN_FLOOR down, ALIGN_CEIL and any other mode up.

@@ -127,8 +127,8 @@ TEST(CenterOffset, EvenSizesAverageTheFourMiddleValues) {
     int mapX[] = {0, 1, 2, 0, 0, 3, 5, 0};
     int mapY[] = {9, -4, -4, 9, 9, -4, -5, 9};
     const auto offset = VWMT::find_center_offset(mapX, mapY, 2, 4);
-    EXPECT_EQ(offset.first, 2.75f);
-    EXPECT_EQ(offset.second, -4.25f);
+    EXPECT_EQ(offset.x, 2.75f);
+    EXPECT_EQ(offset.y, -4.25f);
 }
 
 TEST(CenterOffset, OddSizesTakeTheMiddleValue) {
@@ -137,16 +137,16 @@ TEST(CenterOffset, OddSizesTakeTheMiddleValue) {
     mapY[1 * 3 + 1] = 100;
     mapY[2 * 3 + 1] = -6;
     const auto offset = VWMT::find_center_offset(mapX, mapY, 5, 3);
-    EXPECT_EQ(offset.first, 0.0f);  // row 2, not row 1
-    EXPECT_EQ(offset.second, -6.0f);
+    EXPECT_EQ(offset.x, 0.0f);  // row 2, not row 1
+    EXPECT_EQ(offset.y, -6.0f);
 }
 
 TEST(CenterOffset, SumWrapsInThirtyTwoBits) {
     int mapX[] = {1000000000, 1000000000, 1000000000, 1000000000};
     int mapY[] = {-1, -1, -1, -1};
     const auto offset = VWMT::find_center_offset(mapX, mapY, 2, 2);
-    EXPECT_EQ(offset.first, (4000000000.0f - 4294967296.0f) / 4);
-    EXPECT_EQ(offset.second, -1.0f);
+    EXPECT_EQ(offset.x, (4000000000.0f - 4294967296.0f) / 4);
+    EXPECT_EQ(offset.y, -1.0f);
 }
 
 TEST(EnlargeWithNAligned, Modes) {
