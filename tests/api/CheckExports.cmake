@@ -25,7 +25,22 @@ set(required
   "gRatioMode"
   "STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT::toString[abi:cxx11]()"
   "STEREO_KERNEL_GEN_SIZE_TRAW_RZ_STAGE_STRUCT::toString[abi:cxx11]()"
-  ${EXTRA_REQUIRED})
+  "RotateMMap(RotateMMapParam)"
+  "PowerSaving(PowerSavingParam)"
+  "VWMT::enlargeWithNAligned(float, float, int, AlignMode)"
+  "VWMT::find_center_offset(int*, int*, int, int)"
+  "VWMT::MemoryManager::MemoryManager("
+  "VWMT::Grid_Buffer::storeGrid("
+  "VWMT::MeshInterpolator::interpolateQueryVerticesOpt(float*, float*, float*, float*)"
+  "VWMT::MeshInterpolator::searchTable"
+  "VWMT::MeshGridUtility::connectGridByTriangleMesh(int*, int, int)"
+  "VWMT::Interp1_Sorted::applyWeightedSum("
+  "VWMT::ImageTransformationDescriptor::getIntegratedCroppingAndResizingParameter(float*)"
+  "VWMT::MatrixUtility_Intrinsic::composeIntrinsicMatrix("
+  "VWMT::ProcWarpMap::fmtTrnasOfDataType(int*, float*, int)"
+  "VWMT::transpose_image_clockwise(int*, int, int)"
+  "VWMT::File_Bin::read("
+  "VWMT::CalibrationDataReader::read_meshVertXY(")
 
 set(failures "")
 foreach(name IN LISTS required)
