@@ -14,8 +14,8 @@ def crop_word(feature, crop_mode):
     return feature | (crop_mode << 16)
 
 
-def sensor(fov_w, fov_h, **kw):
-    s = dict(fov_w=fov_w, fov_h=fov_h, pixel_array_width=4000, pixel_array_height=3000,
+def sensor(fov, **kw):
+    s = dict(fov_w=fov[0], fov_h=fov[1], pixel_array_width=4000, pixel_array_height=3000,
              sensor_offset_x0=0, sensor_offset_y0=0, sensor_size_w0=4000, sensor_size_h0=3000,
              sensor_scale_w=2000, sensor_scale_h=1500, sensor_offset_x1=0, sensor_offset_y1=0,
              tg_offset_x=0, tg_offset_y=0, mode_2px_en=0, isOISon=0, oisHeight=0, oisWidth=0)
@@ -44,8 +44,8 @@ def config(main=None, auxi=None, **kw):
     rec = Rec(INIT_IN)
     for name, value in c.items():
         setattr(rec, name, value)
-    for name, s in (("sensor_main", sensor(77.0, 61.6, **(main or {}))),
-                    ("sensor_auxi", sensor(100.0, 83.6, **(auxi or {})))):
+    for name, s in (("sensor_main", sensor((77.0, 61.6), **(main or {}))),
+                    ("sensor_auxi", sensor((100.0, 83.6), **(auxi or {})))):
         for f, v in s.items():
             setattr(getattr(rec, name), f, v)
     return rec
@@ -126,6 +126,12 @@ def init_cases():
         C("velmo_tracking_ok", config(ai_tracking_w=320, ai_tracking_h=180),
           "AI tracking ratios both high"),
         C("velmo_has_mdp_m1", config(has_mdp=-1), "call marked as per-frame: no enlargement"),
+        C("trap_auxi_fov_200", config(auxi=dict(fov_w=200.0)),
+          "a 200 degree FOV makes tangents negative: sizes convert to 0, FE fits to 0x0"),
+        C("trap_angle_nan", config(module_angle=float("nan"), align_wpe_in_w=16),
+          "NaN angle: not slanted, rotated depth size 0"),
+        C("trap_zero_align", config(align_dpe_out_w=0, enable_gpu=1, align_gpu_in_w=0,
+                                    align_gpu_in_h=0), "zero alignments give 0, never trap"),
         C("fail3_slanted_align", config(module_angle=0.9),
           "code 3: 0.9 degrees rotates 640 to 656, not a multiple of 64"),
         C("fail4_frame_width", config(dpe_w=4032, dpe_h=3024, dpe_cand_num=64),
@@ -210,6 +216,10 @@ def proc_cases():
         C("velmo_crop2_zoom_v", config(feature_mode=crop_word(VELMO, 2), module_orient=1,
                                        dpe_w=384, dpe_h=640, **full),
           "Velmo zoom 1.5, vertical module", frame(1.5, MAIN_ZOOM1, AUXI_ZOOM1)),
+        C("velmo_crop2_zoom_nan", config(feature_mode=crop_word(VELMO, 2), **full),
+          "NaN zoom is no zoom", frame(float("nan"), MAIN_ZOOM1, AUXI_ZOOM1)),
+        C("velmo_crop2_zoom0", config(feature_mode=crop_word(VELMO, 2), **full),
+          "zoom 0: windows saturate", frame(0.0, MAIN_ZOOM1, AUXI_ZOOM1)),
         C("velmo_crop0", config(feature_mode=crop_word(VELMO, 0)), "Velmo crop mode 0",
           frame(1.0, MAIN_ZOOM1, AUXI_ZOOM1)),
         C("velmo_crop1", config(feature_mode=crop_word(VELMO, 1)), "Velmo crop mode 1",
