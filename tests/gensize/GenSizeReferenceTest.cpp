@@ -14,7 +14,7 @@
 // FE starts at 960x540. The main RRZ keeps the full width, 2000, and a 16:9
 // height ceil2(2000*1080/1920 = 1125) = 1126, offset (0, (1500-1126)/2 = 187);
 // its zoom limit is min(2000/960, 1126/540) = 2.0833333. The 77 and 100 degree
-// half-angles 38.5 and 50 give the overlap factor (tan 38.5 + 12/2439.31) /
+// half-angles 38.5 and 50 give the overlap factor (tan 38.5 + 12/2439.30) /
 // tan 50 = 0.6716, so the auxiliary image is cropped: its FE becomes
 // 64*ceil(960*1.0062/64) = 1024 by 576, its RRZ window ceil2(0.712*2000) = 1424
 // by 802 at (288, 349), zoom limit 1424/1024 = 1.390625, which is the zoom

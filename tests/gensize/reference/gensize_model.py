@@ -26,13 +26,13 @@ the model itself is checked against an independent pencil derivation:
     = 352, dv_buf_w = 352, dv_h = 180; aux grid = 32*round(352/32) = 352,
     32*ceil(180/32) = 192.
   pixel size p = 1.12 / (2000/4000) * 4000 / 640 = 14; fb = 4.5*12*10000/14*16
-    = 617142.86; working_range = fb/253 = 2439.31 mm.
+    = 617142.86; working_range = fb/253 = 2439.30 mm.
   half-angles: main a_w = 77/2 = 38.5 deg (whole array used); auxi 50 deg.
-    k = (tan 38.5 + 12/2439.31) / tan 50 = (0.795436 + 0.004919)/1.191754
-      = 0.671579 < 1 -> auxi crop_flag 1;
-    r = tan 50 * k / tan 38.5 = 1.006188; aux_w = 64*ceil(960*1.006188/64 = 15.09)
+    k = (tan 38.5 + 12/2439.30) / tan 50 = (0.795436 + 0.004920)/1.191754
+      = 0.671578 < 1 -> auxi crop_flag 1;
+    r = tan 50 * k / tan 38.5 = 1.006185; aux_w = 64*ceil(960*1.006188/64 = 15.09)
       = 1024; q = 1024/960 = 1.066667; aux_h = 4*ceil(540/960*1024/4 = 144) = 576.
-    c = k*q/r = 0.711955; aux usage_w = ceil2(0.711955*2000 = 1423.9) = 1424,
+    c = k*q/r = 0.711947; aux usage_w = ceil2(0.711947*2000 = 1423.9) = 1424,
       usage_h = ceil2(1424*1080/1920 = 801) = 802; offset ((2000-1424)/2,
       (1500-802)/2) = (288, 349).
     fitting: 1024 <= 1424, 576 <= 802, 960 <= 2000, 1024 <= 1280, 540 <= 1126:
