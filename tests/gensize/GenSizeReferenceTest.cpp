@@ -27,6 +27,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -86,6 +87,10 @@ struct ProcCase {
 
 #include "reference/ReferenceCases.inc"
 
+// Names the case in gtest's parameter printouts.
+void PrintTo(const InitCase* c, std::ostream* os) { *os << c->name; }
+void PrintTo(const ProcCase* c, std::ostream* os) { *os << c->name; }
+
 template <typename Record, size_t N>
 Record fromWords(const Word (&words)[N]) {
     static_assert(sizeof(Record) == N * 4, "one word per 32-bit field");
@@ -127,10 +132,11 @@ void expectRecord(const char* caseName, const char* what, const Record& actual,
         std::memcpy(&bits, reinterpret_cast<const char*>(&actual) + fields[i].offset, sizeof bits);
         const bool same = bits == expected[i].bits ||
                           (fields[i].isFloat && isNaN(bits) && isNaN(expected[i].bits));
-        EXPECT_TRUE(same)
-            << caseName << ": " << what << "." << fields[i].name << " is "
-            << describe(bits, fields[i].isFloat) << ", expected "
-            << describe(expected[i].bits, fields[i].isFloat);
+        if (!same) {
+            ADD_FAILURE() << caseName << ": " << what << "." << fields[i].name << " is "
+                          << describe(bits, fields[i].isFloat) << ", expected "
+                          << describe(expected[i].bits, fields[i].isFloat);
+        }
     }
 }
 
