@@ -291,18 +291,30 @@ HWY_INLINE void Corners(const Context& ctx, const Group& g, VI& ia, VI& ib, VI& 
 }
 
 // What one evaluation decided for each lane.
+// Constructors of the vector structs below are spelled out so that they are
+// compiled for the SIMD target like the rest.
 struct Outcome {
     VI next, stepsAfter, stepCol, stepRow, stepParity;
     MI done;
+
+    Outcome() : Outcome(hn::Zero(DI()), hn::Zero(DI()), hn::Zero(DI()), hn::Zero(DI()),
+                        hn::Zero(DI()), hn::FirstN(DI(), 0)) {}
+    Outcome(VI next_, VI stepsAfter_, VI stepCol_, VI stepRow_, VI stepParity_, MI done_)
+        : next(next_), stepsAfter(stepsAfter_), stepCol(stepCol_), stepRow(stepRow_),
+          stepParity(stepParity_), done(done_) {}
 };
 
 // Corner coordinates of each lane's triangle, and its weights there.
 struct CornerXY {
     VF x0, y0, x1, y1, x2, y2;
+
+    CornerXY() : x0(hn::Zero(DF())), y0(x0), x1(x0), y1(x0), x2(x0), y2(x0) {}
 };
 struct Weights {
     VF b0, b1, b2;
     MI inside;
+
+    Weights() : b0(hn::Zero(DF())), b1(b0), b2(b0), inside(hn::FirstN(DI(), 0)) {}
 };
 
 template <bool kThroughList, bool kStandard>
@@ -377,7 +389,7 @@ HWY_INLINE Outcome NextStep(const Context& ctx, const Group& g, const Weights& w
     const VI stepsAfter = hn::Add(g.steps, iOne);
     const MI done = hn::Or(hn::Or(w.inside, hn::Eq(next, g.tri)),
                            hn::Or(hn::Eq(next, g.prev), hn::Not(hn::Lt(stepsAfter, hn::Set(di, shape.searchLimit)))));
-    return {next, stepsAfter, stepCol, stepRow, stepParity, done};
+    return Outcome(next, stepsAfter, stepCol, stepRow, stepParity, done);
 }
 
 // out = b0 x A + b1 x B + b2 x C at each lane's query, A, B, C the values at
