@@ -290,9 +290,10 @@ HWY_INLINE void Corners(const Context& ctx, const Group& g, VI& ia, VI& ib, VI& 
     }
 }
 
-// What one evaluation decided for each lane.
 // Constructors of the vector structs below are spelled out so that they are
 // compiled for the SIMD target like the rest.
+
+// What one evaluation decided for each lane.
 struct Outcome {
     VI next, stepsAfter, stepCol, stepRow, stepParity;
     MI done;
@@ -487,8 +488,8 @@ HWY_INLINE bool Advance(const RowsJob& job, Group& g, LaneState& s, RowFeeder& f
 // lanes within a few cells of each other. Their corners then come from a small
 // block of mesh vertices held in registers, looked up per lane instead of
 // gathered from memory, and the values are blended once per settled query.
-// Lanes are never told apart by speed: a lane that settles early only waits,
-// so each lane still tests exactly the triangles of the sequential walk.
+// A lane that settles early waits for the others; it never skips ahead, so
+// each lane still tests exactly the triangles of the sequential walk.
 
 // A block of mesh vertices, 4 across and as many rows as two vectors hold,
 // from the top-left vertex (row, col): vertex (r, c) at entry 4r + c of each
@@ -499,7 +500,6 @@ struct Window {
     VF x[kWindowTables], y[kWindowTables], vx[kWindowTables], vy[kWindowTables];
     int row = -1, col = -1;
 
-    // Spelled out so that it is compiled for the SIMD target like the rest.
     Window() {
         for (int t = 0; t < kWindowTables; ++t) x[t] = y[t] = vx[t] = vy[t] = hn::Zero(DF());
     }
