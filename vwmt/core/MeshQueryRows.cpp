@@ -4,6 +4,7 @@
 
 #include "vwmt/core/MeshQueryRows.h"
 
+#include <algorithm>
 #include <cstdint>
 
 // Targets that add nothing over their neighbours here are skipped to keep the
@@ -289,60 +290,86 @@ HWY_INLINE void Corners(const Context& ctx, const Group& g, VI& ia, VI& ib, VI& 
     }
 }
 
-// One evaluation for every lane of the group, then each lane either steps to
-// the next triangle or settles its query and moves on. Returns false once the
-// group has no row left.
+// Constructors of the vector structs below are spelled out so that they are
+// compiled for the SIMD target like the rest.
+
 // What one evaluation decided for each lane.
 struct Outcome {
     VI next, stepsAfter, stepCol, stepRow, stepParity;
     MI done;
+
+    Outcome() : Outcome(hn::Zero(DI()), hn::Zero(DI()), hn::Zero(DI()), hn::Zero(DI()),
+                        hn::Zero(DI()), hn::FirstN(DI(), 0)) {}
+    Outcome(VI next_, VI stepsAfter_, VI stepCol_, VI stepRow_, VI stepParity_, MI done_)
+        : next(next_), stepsAfter(stepsAfter_), stepCol(stepCol_), stepRow(stepRow_),
+          stepParity(stepParity_), done(done_) {}
+};
+
+// Corner coordinates of each lane's triangle, and its weights there.
+struct CornerXY {
+    VF x0, y0, x1, y1, x2, y2;
+
+    CornerXY() : x0(hn::Zero(DF())), y0(x0), x1(x0), y1(x0), x2(x0), y2(x0) {}
+};
+struct Weights {
+    VF b0, b1, b2;
+    MI inside;
+
+    Weights() : b0(hn::Zero(DF())), b1(b0), b2(b0), inside(hn::FirstN(DI(), 0)) {}
 };
 
 template <bool kThroughList, bool kStandard>
-HWY_INLINE Outcome Evaluate(const Context& ctx, const Group& g) {
-    const DF df;
-    const DI di;
+HWY_INLINE CornerXY GatherCorners(const Context& ctx, const Group& g, VI& ia, VI& ib, VI& ic) {
     const RowsJob& job = ctx.job;
-    const MeshShape& shape = job.shape;
-    const VI iOne = hn::Set(di, 1);
-    const VI iMinusOne = hn::Set(di, -1);
-
-    VI ia, ib, ic;
+    CornerXY p;
     Corners<kStandard>(ctx, g, ia, ib, ic);
-    VF x0, y0, x1, y1, x2, y2;
     if (kThroughList) {
-        GatherPairs(job.meshXY, ia, x0, y0);
-        GatherPairs(job.meshXY, ib, x1, y1);
-        GatherPairs(job.meshXY, ic, x2, y2);
+        GatherPairs(job.meshXY, ia, p.x0, p.y0);
+        GatherPairs(job.meshXY, ib, p.x1, p.y1);
+        GatherPairs(job.meshXY, ic, p.x2, p.y2);
     } else {
+        const DI di;
         const VI tri3 = hn::Add(hn::Add(g.tri, g.tri), g.tri);
-        GatherPairs(job.cornerTable, tri3, x0, y0);
-        GatherPairs(job.cornerTable, hn::Add(tri3, iOne), x1, y1);
-        GatherPairs(job.cornerTable, hn::Add(tri3, hn::Set(di, 2)), x2, y2);
+        GatherPairs(job.cornerTable, tri3, p.x0, p.y0);
+        GatherPairs(job.cornerTable, hn::Add(tri3, hn::Set(di, 1)), p.x1, p.y1);
+        GatherPairs(job.cornerTable, hn::Add(tri3, hn::Set(di, 2)), p.x2, p.y2);
     }
+    return p;
+}
 
-    // Barycentric coordinates, operation for operation as the scalar walk.
+// Barycentric coordinates, operation for operation as the scalar walk.
+HWY_INLINE Weights Barycentric(const Group& g, const CornerXY& p) {
+    const DF df;
     const VF eps = hn::Set(df, kEps);
     const VF one = hn::Set(df, 1.0f);
-    const VF y12 = hn::Sub(y1, y2), x12 = hn::Sub(x1, x2);
-    const VF y02 = hn::Sub(y0, y2), x02 = hn::Sub(x0, x2);
-    const VF px = hn::Sub(g.qx, x2), py = hn::Sub(g.qy, y2);
-    const VF b0 = hn::Div(hn::Sub(hn::Mul(y12, px), hn::Mul(x12, py)),
-                          hn::Add(hn::Sub(hn::Mul(y12, x02), hn::Mul(x12, y02)), eps));
-    const VF b1 = hn::Div(hn::Sub(hn::Mul(y02, px), hn::Mul(x02, py)),
-                          hn::Add(hn::Sub(hn::Mul(x12, y02), hn::Mul(y12, x02)), eps));
-    const VF b2 = hn::Sub(hn::Sub(one, b0), b1);
+    const VF y12 = hn::Sub(p.y1, p.y2), x12 = hn::Sub(p.x1, p.x2);
+    const VF y02 = hn::Sub(p.y0, p.y2), x02 = hn::Sub(p.x0, p.x2);
+    const VF px = hn::Sub(g.qx, p.x2), py = hn::Sub(g.qy, p.y2);
+    Weights w;
+    w.b0 = hn::Div(hn::Sub(hn::Mul(y12, px), hn::Mul(x12, py)),
+                   hn::Add(hn::Sub(hn::Mul(y12, x02), hn::Mul(x12, y02)), eps));
+    w.b1 = hn::Div(hn::Sub(hn::Mul(y02, px), hn::Mul(x02, py)),
+                   hn::Add(hn::Sub(hn::Mul(x12, y02), hn::Mul(y12, x02)), eps));
+    w.b2 = hn::Sub(hn::Sub(one, w.b0), w.b1);
     const VF negEps = hn::Set(df, -kEps);
     auto within = [&](VF b) { return hn::And(hn::Ge(b, negEps), hn::Le(b, one)); };
-    const MI inside = hn::RebindMask(di, hn::And(hn::And(within(b0), within(b1)), within(b2)));
+    w.inside = hn::RebindMask(DI(), hn::And(hn::And(within(w.b0), within(w.b1)), within(w.b2)));
+    return w;
+}
 
-    // Next triangle from the search table.
+// Next triangle from the search table, and whether the walk stops here.
+HWY_INLINE Outcome NextStep(const Context& ctx, const Group& g, const Weights& w) {
+    const DF df;
+    const DI di;
+    const MeshShape& shape = ctx.job.shape;
+    const VI iOne = hn::Set(di, 1);
+    const VI iMinusOne = hn::Set(di, -1);
     const VF zero = hn::Zero(df);
     const VI index = hn::Add(
         hn::ShiftLeft<3>(g.parity),
-        hn::Add(hn::IfThenElseZero(hn::RebindMask(di, hn::Gt(b0, zero)), hn::Set(di, 4)),
-                hn::Add(hn::IfThenElseZero(hn::RebindMask(di, hn::Gt(b1, zero)), hn::Set(di, 2)),
-                        hn::IfThenElseZero(hn::RebindMask(di, hn::Gt(b2, zero)), iOne))));
+        hn::Add(hn::IfThenElseZero(hn::RebindMask(di, hn::Gt(w.b0, zero)), hn::Set(di, 4)),
+                hn::Add(hn::IfThenElseZero(hn::RebindMask(di, hn::Gt(w.b1, zero)), hn::Set(di, 2)),
+                        hn::IfThenElseZero(hn::RebindMask(di, hn::Gt(w.b2, zero)), iOne))));
     const VI dCol = LookUp(ctx.table.dCol, index);
     const VI dRow = LookUp(ctx.table.dRow, index);
     const VI dParity = LookUp(ctx.table.dParity, index);
@@ -361,23 +388,33 @@ HWY_INLINE Outcome Evaluate(const Context& ctx, const Group& g) {
     const VI cellShift = hn::Add(rowShift, stepCol);
     const VI next = hn::Add(hn::Add(g.tri, hn::Add(cellShift, cellShift)), stepParity);
     const VI stepsAfter = hn::Add(g.steps, iOne);
-    const MI done = hn::Or(hn::Or(inside, hn::Eq(next, g.tri)),
+    const MI done = hn::Or(hn::Or(w.inside, hn::Eq(next, g.tri)),
                            hn::Or(hn::Eq(next, g.prev), hn::Not(hn::Lt(stepsAfter, hn::Set(di, shape.searchLimit)))));
+    return Outcome(next, stepsAfter, stepCol, stepRow, stepParity, done);
+}
 
+// out = b0 x A + b1 x B + b2 x C at each lane's query, A, B, C the values at
+// its corners.
+HWY_INLINE void Blend(const RowsJob& job, VI query, const Weights& w, VI ia, VI ib, VI ic) {
+    VF ax, ay, bx, by, cx, cy;
+    GatherPairs(job.values, ia, ax, ay);
+    GatherPairs(job.values, ib, bx, by);
+    GatherPairs(job.values, ic, cx, cy);
+    const VF ox = hn::Add(hn::Add(hn::Mul(w.b0, ax), hn::Mul(w.b1, bx)), hn::Mul(w.b2, cx));
+    const VF oy = hn::Add(hn::Add(hn::Mul(w.b0, ay), hn::Mul(w.b1, by)), hn::Mul(w.b2, cy));
+    ScatterPairs(job.out, query, ox, oy);
+}
+
+template <bool kThroughList, bool kStandard>
+HWY_INLINE Outcome Evaluate(const Context& ctx, const Group& g) {
+    VI ia, ib, ic;
+    const CornerXY p = GatherCorners<kThroughList, kStandard>(ctx, g, ia, ib, ic);
+    const Weights w = Barycentric(g, p);
     // Every lane writes its current query: a lane still walking writes a
     // provisional value that its final one overwrites later, and a lane with
     // no row left rewrites the identical final value of its last query.
-    {
-        VF ax, ay, bx, by, cx, cy;
-        GatherPairs(job.values, ia, ax, ay);
-        GatherPairs(job.values, ib, bx, by);
-        GatherPairs(job.values, ic, cx, cy);
-        const VF ox = hn::Add(hn::Add(hn::Mul(b0, ax), hn::Mul(b1, bx)), hn::Mul(b2, cx));
-        const VF oy = hn::Add(hn::Add(hn::Mul(b0, ay), hn::Mul(b1, by)), hn::Mul(b2, cy));
-        ScatterPairs(job.out, g.query, ox, oy);
-    }
-
-    return {next, stepsAfter, stepCol, stepRow, stepParity, done};
+    Blend(ctx.job, g.query, w, ia, ib, ic);
+    return NextStep(ctx, g, w);
 }
 
 // Each lane either steps to the next triangle or settles its query and moves
@@ -446,6 +483,279 @@ HWY_INLINE bool Advance(const RowsJob& job, Group& g, LaneState& s, RowFeeder& f
     return g.live;
 }
 
+// Lockstep batches. Neighbouring query rows that are at the same column hit
+// neighbouring cells, so a batch of rows walked column by column keeps its
+// lanes within a few cells of each other. Their corners then come from a small
+// block of mesh vertices held in registers, looked up per lane instead of
+// gathered from memory, and the values are blended once per settled query.
+// A lane that settles early waits for the others; it never skips ahead, so
+// each lane still tests exactly the triangles of the sequential walk.
+
+// A block of mesh vertices, 4 across and as many rows as two vectors hold,
+// from the top-left vertex (row, col): vertex (r, c) at entry 4r + c of each
+// table (positions x and y, values x and y).
+constexpr int kWindowCols = 4;
+constexpr int kWindowTables = 2;
+struct Window {
+    VF x[kWindowTables], y[kWindowTables], vx[kWindowTables], vy[kWindowTables];
+    int row = -1, col = -1;
+
+    Window() {
+        for (int t = 0; t < kWindowTables; ++t) x[t] = y[t] = vx[t] = vy[t] = hn::Zero(DF());
+    }
+
+    static int vertices() { return kWindowTables * LaneCount(); }
+    static int cellRows() { return vertices() / kWindowCols - 1; }
+
+    // Vertices past the mesh edge are never read (no cell of the mesh uses
+    // them) and are set to zero.
+    void fill(const RowsJob& job, int topRow, int leftCol) {
+        alignas(64) float table[4][kWindowTables * kMaxLanes];
+        const int w = job.shape.cellsW + 1;
+        for (int k = 0; k < vertices(); ++k) {
+            const int r = topRow + k / kWindowCols, c = leftCol + k % kWindowCols;
+            const bool onMesh = r <= job.shape.cellsH && c <= job.shape.cellsW;
+            const int64_t v = onMesh ? int64_t{r} * w + c : 0;
+            table[0][k] = onMesh ? job.meshXY[2 * v] : 0.0f;
+            table[1][k] = onMesh ? job.meshXY[2 * v + 1] : 0.0f;
+            table[2][k] = onMesh ? job.values[2 * v] : 0.0f;
+            table[3][k] = onMesh ? job.values[2 * v + 1] : 0.0f;
+        }
+        const DF df;
+        const size_t n = hn::Lanes(df);
+        for (int t = 0; t < kWindowTables; ++t) {
+            x[t] = hn::Load(df, table[0] + t * n);
+            y[t] = hn::Load(df, table[1] + t * n);
+            vx[t] = hn::Load(df, table[2] + t * n);
+            vy[t] = hn::Load(df, table[3] + t * n);
+        }
+        row = topRow;
+        col = leftCol;
+    }
+
+    // Whether each lane's cell lies in the block.
+    MI covers(const Group& g) const {
+        const DI di;
+        const VI lr = hn::Sub(g.row, hn::Set(di, row));
+        const VI lc = hn::Sub(g.col, hn::Set(di, col));
+        const VI minusOne = hn::Set(di, -1);
+        const MI inRows = hn::And(hn::Gt(lr, minusOne), hn::Lt(lr, hn::Set(di, cellRows())));
+        const MI inCols = hn::And(hn::Gt(lc, minusOne), hn::Lt(lc, hn::Set(di, kWindowCols - 1)));
+        return hn::And(inRows, inCols);
+    }
+
+    // Table entries of each lane's triangle corners (the standard corner
+    // order), for lanes whose cell the block covers.
+    void cornerEntries(const Group& g, VI& a, VI& b, VI& c) const {
+        const DI di;
+        const VI one = hn::Set(di, 1);
+        const VI lr = hn::Sub(g.row, hn::Set(di, row));
+        const VI lc = hn::Sub(g.col, hn::Set(di, col));
+        const VI topLeft = hn::Add(hn::ShiftLeft<2>(lr), lc);
+        const MI odd = hn::Eq(g.parity, one);
+        b = hn::Add(topLeft, hn::Set(di, kWindowCols));
+        a = hn::IfThenElse(odd, hn::Add(topLeft, one), topLeft);
+        c = hn::IfThenElse(odd, hn::Add(b, one), hn::Add(topLeft, one));
+    }
+
+    // Entry `at` (0 .. 2 x lanes - 1) of a two-vector table.
+    static VF LookUpIn(const VF* table, VI at) {
+        const DF df;
+        const DI di;
+#if HWY_TARGET == HWY_AVX3
+        if constexpr (hn::MaxLanes(DF()) == 16) {
+            return VF{_mm512_permutex2var_ps(table[0].raw, at.raw, table[1].raw)};
+        }
+#endif
+        const int n = static_cast<int>(hn::Lanes(df));
+        const auto indices = hn::IndicesFromVec(df, hn::And(at, hn::Set(di, n - 1)));
+        const MI upper = hn::Ne(hn::And(at, hn::Set(di, n)), hn::Zero(di));
+        return hn::IfThenElse(hn::RebindMask(df, upper), hn::TableLookupLanes(table[1], indices),
+                              hn::TableLookupLanes(table[0], indices));
+    }
+};
+
+// Corners of every lane's triangle from the window, or, when some walking
+// lane has left it, gathered from the mesh. Same vertices, same bits.
+HWY_INLINE CornerXY WindowCorners(const Context& ctx, const Group& g, const Window& w,
+                                  MI walking) {
+    VI a, b, c;
+    if (!hn::AllFalse(DI(), hn::AndNot(w.covers(g), walking))) {
+        return GatherCorners<true, true>(ctx, g, a, b, c);
+    }
+    w.cornerEntries(g, a, b, c);
+    CornerXY p;
+    p.x0 = Window::LookUpIn(w.x, a);
+    p.y0 = Window::LookUpIn(w.y, a);
+    p.x1 = Window::LookUpIn(w.x, b);
+    p.y1 = Window::LookUpIn(w.y, b);
+    p.x2 = Window::LookUpIn(w.x, c);
+    p.y2 = Window::LookUpIn(w.y, c);
+    return p;
+}
+
+// The values at each lane's corners, blended and written to its query.
+HWY_INLINE void WindowBlend(const Context& ctx, const Group& g, const Window& w,
+                            const Weights& weights) {
+    VI a, b, c;
+    const DI di;
+    if (!hn::AllTrue(di, w.covers(g))) {
+        Corners<true>(ctx, g, a, b, c);
+        Blend(ctx.job, g.query, weights, a, b, c);
+        return;
+    }
+    w.cornerEntries(g, a, b, c);
+    const VF ox = hn::Add(hn::Add(hn::Mul(weights.b0, Window::LookUpIn(w.vx, a)),
+                                  hn::Mul(weights.b1, Window::LookUpIn(w.vx, b))),
+                          hn::Mul(weights.b2, Window::LookUpIn(w.vx, c)));
+    const VF oy = hn::Add(hn::Add(hn::Mul(weights.b0, Window::LookUpIn(w.vy, a)),
+                                  hn::Mul(weights.b1, Window::LookUpIn(w.vy, b))),
+                          hn::Mul(weights.b2, Window::LookUpIn(w.vy, c)));
+    ScatterPairs(ctx.job.out, g.query, ox, oy);
+}
+
+// One batch of rows, walked column by column.
+struct Batch {
+    Group g;
+    Window window;
+    VF b0, b1, b2;  // weights of the lanes that have settled this column
+    MI walking;     // lanes still walking this column
+    int column = 0;
+    bool live = false;
+
+    Batch() : b0(hn::Zero(DF())), b1(b0), b2(b0), walking(hn::FirstN(DI(), 0)) {}
+
+    // Rows in order from the feeder; lanes without a row repeat the batch's
+    // last row and so write the same values to the same places.
+    void start(const RowsJob& job, RowFeeder& feeder, int rowsPerBatch) {
+        LaneState s = {};
+        const int lanes = LaneCount();
+        int rows = 0;
+        for (; rows < rowsPerBatch && !feeder.exhausted(); ++rows) feeder.assign(s, rows);
+        for (int lane = rows; lane < lanes; ++lane) copyLane(s, rows - 1, lane);
+        g.load(s);
+        column = 1;
+        live = true;
+        beginColumn(job);
+    }
+
+    void beginColumn(const RowsJob& job) {
+        const DI di;
+        walking = hn::FirstN(di, hn::Lanes(di));
+        // The window keeps one cell above and left of the topmost and leftmost
+        // seeds: walks step back from a seed that overshot.
+        const int top = std::max(0, hn::GetLane(hn::MinOfLanes(di, g.row)) - 1);
+        const int left = std::max(0, hn::GetLane(hn::MinOfLanes(di, g.col)) - 1);
+        if (top != window.row || left != window.col) window.fill(job, top, left);
+    }
+
+    // Settled lanes keep their triangle and weights until every lane has
+    // settled (see settle); a batch with no lane walking is left as it is.
+    HWY_INLINE void update(const Weights& w, const Outcome& o) {
+        const DF df;
+        const MI settles = hn::And(walking, o.done);
+        const auto settlesF = hn::RebindMask(df, settles);
+        b0 = hn::IfThenElse(settlesF, w.b0, b0);
+        b1 = hn::IfThenElse(settlesF, w.b1, b1);
+        b2 = hn::IfThenElse(settlesF, w.b2, b2);
+        walking = hn::AndNot(o.done, walking);
+        g.prev = hn::IfThenElse(walking, g.tri, g.prev);
+        g.steps = hn::IfThenElse(walking, o.stepsAfter, g.steps);
+        g.tri = hn::IfThenElse(walking, o.next, g.tri);
+        g.col = hn::IfThenElse(walking, hn::Add(g.col, o.stepCol), g.col);
+        g.row = hn::IfThenElse(walking, hn::Add(g.row, o.stepRow), g.row);
+        g.parity = hn::IfThenElse(walking, hn::Add(g.parity, o.stepParity), g.parity);
+    }
+
+    // Once every lane has settled, the batch writes the column and seeds the
+    // next one. Kept apart from update: this branch waits for the divisions,
+    // and the other batch's step, issued before it, need not be replayed when
+    // it is mispredicted.
+    HWY_INLINE void settle(const Context& ctx) {
+        if (hn::AllFalse(DI(), walking)) finishColumn(ctx);
+    }
+
+    HWY_NOINLINE void finishColumn(const Context& ctx) {
+        const DI di;
+        const RowsJob& job = ctx.job;
+        Weights w;
+        w.b0 = b0;
+        w.b1 = b1;
+        w.b2 = b2;
+        WindowBlend(ctx, g, window, w);
+        if (++column == job.queryW) {
+            live = false;
+            return;
+        }
+        // The seed moves one cell right unless the hit was in the last column.
+        const MI shiftRight = hn::Ne(g.col, hn::Set(di, job.shape.cellsW - 1));
+        g.tri = hn::IfThenElse(shiftRight, hn::Add(g.tri, hn::Set(di, 2)), g.tri);
+        g.col = hn::IfThenElse(shiftRight, hn::Add(g.col, hn::Set(di, 1)), g.col);
+        g.prev = hn::Set(di, -1);
+        g.steps = hn::Zero(di);
+        g.query = hn::Add(g.query, hn::Set(di, 1));
+        GatherPairs(job.queryXY, g.query, g.qx, g.qy);
+        beginColumn(job);
+    }
+
+    static void copyLane(LaneState& s, int from, int to) {
+        s.tri[to] = s.tri[from];
+        s.row[to] = s.row[from];
+        s.col[to] = s.col[from];
+        s.parity[to] = s.parity[from];
+        s.prev[to] = s.prev[from];
+        s.steps[to] = s.steps[from];
+        s.query[to] = s.query[from];
+        s.rowEnd[to] = s.rowEnd[from];
+        s.frozen[to] = s.frozen[from];
+        s.qx[to] = s.qx[from];
+        s.qy[to] = s.qy[from];
+    }
+};
+
+// Two batches in flight: each step is one long chain of dependent operations
+// (lookups, two divisions, the table step), so the batches' steps are
+// interleaved phase by phase for the CPU to overlap them. A batch without
+// rows has no lane walking and its step changes nothing.
+constexpr int kBatches = 2;
+HWY_INLINE void StepAll(const Context& ctx, Batch* batches) {
+    CornerXY p[kBatches];
+    Weights w[kBatches];
+    Outcome o[kBatches];
+    for (int k = 0; k < kBatches; ++k) {
+        const Batch& b = batches[k];
+        p[k] = WindowCorners(ctx, b.g, b.window, b.walking);
+    }
+    for (int k = 0; k < kBatches; ++k) w[k] = Barycentric(batches[k].g, p[k]);
+    for (int k = 0; k < kBatches; ++k) o[k] = NextStep(ctx, batches[k].g, w[k]);
+    for (int k = 0; k < kBatches; ++k) batches[k].update(w[k], o[k]);
+}
+
+void WalkRowsInLockstep(const RowsJob& job, const Packed& table) {
+    const Context ctx{job, table};
+    RowFeeder feeder(job);
+    // Rows spread evenly over the batches, so that a short grid does not end
+    // with a batch of a few rows running alone.
+    const int lanes = LaneCount();
+    const int batchCount = (job.queryH + lanes - 1) / lanes;
+    const int rowsPerBatch = (job.queryH + batchCount - 1) / batchCount;
+    Batch batches[kBatches];
+    for (Batch& b : batches) {
+        if (!feeder.exhausted()) b.start(job, feeder, rowsPerBatch);
+    }
+    bool anyLive = true;
+    while (anyLive) {
+        StepAll(ctx, batches);
+        anyLive = false;
+        for (Batch& b : batches) {
+            if (!b.live) continue;
+            b.settle(ctx);
+            if (!b.live && !feeder.exhausted()) b.start(job, feeder, rowsPerBatch);
+            anyLive = anyLive || b.live;
+        }
+    }
+}
+
 // Two groups of lanes in flight: one evaluation waits on gathers and
 // divisions in a chain, and the other group's evaluation fills that wait.
 template <bool kThroughList, bool kStandard>
@@ -475,9 +785,21 @@ void WalkRows(const RowsJob& job, const Packed& table) {
     }
 }
 
+// Lockstep pays when a batch of rows stays within the window's rows: the
+// batch spans about lanes x cellsH / queryH cell rows of an undistorted mesh,
+// and the window keeps two rows spare for displacement and for walks that
+// step past a hit. Either way the results are the same.
+bool LockstepFits(const RowsJob& job) {
+    const int64_t spareRows = Window::cellRows() - 2;
+    return spareRows > 0 &&
+           int64_t{LaneCount()} * job.shape.cellsH <= spareRows * job.queryH;
+}
+
 void WalkRowsDispatch(const RowsJob& job, const Packed& table, bool throughList, bool standard) {
     if (throughList) {
-        if (standard) {
+        if (standard && LockstepFits(job)) {
+            WalkRowsInLockstep(job, table);
+        } else if (standard) {
             WalkRows<true, true>(job, table);
         } else {
             WalkRows<true, false>(job, table);
@@ -500,8 +822,15 @@ namespace mesh {
 
 HWY_EXPORT(LaneCount);
 HWY_EXPORT(WalkRowsDispatch);
+HWY_EXPORT(LockstepFits);
 
 int parallelLanes() { return HWY_DYNAMIC_DISPATCH(LaneCount)(); }
+
+bool walksInLockstep(const RowsJob& job) {
+    return job.meshXY != nullptr && job.queryW >= 2 && job.shape.hasCells() &&
+           isStandardConnectivity(job.triangles, job.shape.cellsW, job.shape.cellsH) &&
+           HWY_DYNAMIC_DISPATCH(LockstepFits)(job);
+}
 
 void interpolateRowsSequential(const RowsJob& job) {
     NoCount counter;

@@ -37,5 +37,10 @@ void interpolateRowsParallel(const RowsJob& job);
 // Lanes of the row-parallel loop on this CPU.
 int parallelLanes();
 
+// Whether the row-parallel loop walks this job's rows in lockstep batches on
+// this CPU (mesh read through the standard connectivity, a query grid dense
+// enough in rows), for tests.
+bool walksInLockstep(const RowsJob& job);
+
 }  // namespace mesh
 }  // namespace velmo

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -269,7 +270,8 @@ TEST_P(MeshWalkKinds, QueryLoopReproducesAffineMapsInsideAndOutside) {
 // The row-parallel loop must give exactly the sequential loop's bits, for
 // every row count and width around the lane count, on every SIMD target.
 void expectRowsMatchSequential(const TestMesh& mesh, int qw, int qh, double x0, double x1,
-                               double y0, double y1, bool throughList, const std::string& what) {
+                               double y0, double y1, bool throughList, const std::string& what,
+                               bool* inLockstep = nullptr) {
     MemoryManager arena(kArenaBytes, nullptr, 0, 0, mesh.w, mesh.h, 0, 0, 0, 0, 0, 0);
     MeshInterpolator interp(&arena, 0, mesh.w, mesh.h, const_cast<int*>(mesh.tris.data()), qw, qh);
     interp.fill_ref_MeshTriangleVertXY_In(const_cast<float*>(mesh.xy.data()));
@@ -278,6 +280,7 @@ void expectRowsMatchSequential(const TestMesh& mesh, int qw, int qh, double x0, 
     velmo::mesh::RowsJob job{{interp.searchLimit(), interp.cellsW(), interp.cellsH(), interp.numTriangles()},
                              mesh.tris.data(), throughList ? mesh.xy.data() : nullptr,
                              interp.triangleVertexTable(), qw, qh, values.data(), queries.data(), nullptr};
+    if (inLockstep != nullptr) *inLockstep = velmo::mesh::walksInLockstep(job);
     std::vector<float> expected(queries.size(), -1.0f), actual(queries.size(), -2.0f);
     job.out = expected.data();
     velmo::mesh::interpolateRowsSequential(job);
@@ -322,6 +325,43 @@ TEST(MeshRowsParallel, BitIdenticalToTheSequentialLoopOnEveryTarget) {
     }
     hwy::SetSupportedTargetsForTest(0);
     ASSERT_FALSE(lanesSeen.empty());
+}
+
+// Grids with many more query rows than mesh rows are walked in lockstep
+// batches of rows that read their corners from a block of vertices held in
+// registers; lanes whose walk leaves the block, rows left over after the last
+// full batch, and walks across folded cells must still give the sequential
+// loop's bits.
+TEST(MeshRowsParallel, LockstepBatchesMatchSequentialOnEveryTarget) {
+    const TestMesh meshes[] = {makeMesh(5, 4, 120, 90, 0), makeMesh(9, 6, 300, 200, 1),
+                               makeMesh(10, 7, 200, 150, 2, 0.35),
+                               makeMesh(10, 7, 200, 150, 2, 0.9, 5)};
+    int lockstepTargets = 0;
+    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        const int lanes = velmo::mesh::parallelLanes();
+        // Two batches and a part batch, for every lane count up to 16.
+        const int qh = 6 * lanes + 3;
+        bool anyLockstep = false;
+        for (const TestMesh& mesh : meshes) {
+            const double W = mesh.xy[2 * (mesh.w - 1)], H = mesh.xy[2 * mesh.w * (mesh.h - 1) + 1];
+            for (int qw = 2; qw <= 2 * lanes + 3; qw += (qw < 6 ? 1 : 7)) {
+                const std::string what = std::string(hwy::TargetName(target)) + " lockstep mesh " +
+                                         std::to_string(mesh.w) + "x" + std::to_string(mesh.h);
+                bool inLockstep = false;
+                expectRowsMatchSequential(mesh, qw, qh, -0.15 * W, 1.1 * W, -0.1 * H, 1.15 * H, true,
+                                          what, &inLockstep);
+                anyLockstep = anyLockstep || inLockstep;
+            }
+        }
+        // Four-lane targets have too small a block to batch rows.
+        if (lanes >= 8) {
+            EXPECT_TRUE(anyLockstep) << hwy::TargetName(target);
+            ++lockstepTargets;
+        }
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    std::printf("lockstep batches checked on %d targets\n", lockstepTargets);
 }
 
 TEST(MeshRowsParallel, LargeGridMatchesSequential) {
