@@ -5,13 +5,13 @@
 
 namespace {
 
+using velmo::gensize::halfSize;
+
 // OIS needs the dense block grid to follow the lens shift; otherwise a coarse
 // grid is enough.
 int32_t featureGrid(const STEREO_KERNEL_GEN_SIZE_SENSOR_STRUCT& sensor) {
     return sensor.isOISon != 0 ? 28 : 4;
 }
-
-int32_t half(int32_t v) { return static_cast<int32_t>(static_cast<uint32_t>(v) >> 1); }
 
 void setGrid(STEREO_KERNEL_GEN_SIZE_N3D_CAM_STRUCT& cam, int32_t grid) {
     cam.fe_b.grid_w = cam.fe_b.grid_h = grid;
@@ -35,13 +35,13 @@ int SetFE_Main(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& out, STEREO_KERNEL_GEN_SI
     main.fe_b.offset_x = main.fe_b.offset_y = 0;
     main.fe_b.rot_w = main.fe_b.rot_h = fe_rot;
 
-    main.fe_c.in_w = main.fe_c.usage_w = half(fe_w);
-    main.fe_c.in_h = main.fe_c.usage_h = half(fe_h);
+    main.fe_c.in_w = main.fe_c.usage_w = halfSize(fe_w);
+    main.fe_c.in_h = main.fe_c.usage_h = halfSize(fe_h);
     main.fe_c.offset_x = main.fe_c.offset_y = 0;
-    main.fe_c.rot_w = main.fe_c.rot_h = half(fe_rot);
+    main.fe_c.rot_w = main.fe_c.rot_h = halfSize(fe_rot);
 
     out.auxi.fe_b.rot_w = out.auxi.fe_b.rot_h = fe_rot;
-    out.auxi.fe_c.rot_w = out.auxi.fe_c.rot_h = half(fe_rot);
+    out.auxi.fe_c.rot_w = out.auxi.fe_c.rot_h = halfSize(fe_rot);
 
     setGrid(main, featureGrid(cfg.sensor_main));
     setGrid(out.auxi, featureGrid(cfg.sensor_auxi));

@@ -27,20 +27,14 @@ void logEntry(const Config& in) {
     VELMO_LOG(kLogTag, "[GENSIZE][%s] debugLevel: %d\n", "GenSizeInit", GENSIZE::debugLevel);
 }
 
-// Step 5: SAT zoom has no two-pixel auxiliary path and no module tolerance,
-// and derives its depth size from the P1 feature output (half of it).
+// Step 5: SAT or Velmo.
 void selectMode(Config& cfg) {
     if ((cfg.feature_mode & 3) != 1) {
         VELMO_LOG(kLogTag, "[GENSIZE][%s] Init Velmo Mode On!\n", "GenSizeInit");
         return;
     }
     VELMO_LOG(kLogTag, "[GENSIZE][%s] Init SAT Mode On!\n", "GenSizeInit");
-    cfg.sensor_auxi.mode_2px_en = 0;
-    cfg.module_variation = 0.0f;
-    const uint32_t halfW = static_cast<uint32_t>(cfg.p1_fe_main_w) >> 1;
-    const uint32_t halfH = static_cast<uint32_t>(cfg.p1_fe_main_h) >> 1;
-    cfg.dpe_w = toField(alignUpF(sizeToFloat(halfW), 64u));
-    cfg.dpe_h = toField(alignUpF(sizeToFloat(halfH), 4u));
+    prepareSatConfig(cfg);
 }
 
 // Step 6: 0 up to 14:9, 1 up to 2:1, 2 wider. Written as "greater than" so
@@ -135,6 +129,15 @@ void reportPass(Output& out, Config& cfg, const Config& in) {
 }
 
 }  // namespace
+
+void prepareSatConfig(Config& cfg) {
+    cfg.sensor_auxi.mode_2px_en = 0;
+    cfg.module_variation = 0.0f;
+    const uint32_t halfW = static_cast<uint32_t>(halfSize(cfg.p1_fe_main_w));
+    const uint32_t halfH = static_cast<uint32_t>(halfSize(cfg.p1_fe_main_h));
+    cfg.dpe_w = toField(alignUpF(sizeToFloat(halfW), 64u));
+    cfg.dpe_h = toField(alignUpF(sizeToFloat(halfH), 4u));
+}
 
 uint32_t runGenSizeInit(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& out, const STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT& in,
                         int maxFitRounds) {

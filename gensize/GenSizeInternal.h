@@ -44,6 +44,9 @@ inline uint32_t alignRoundF(float x, uint32_t n) {
     return toUint32(roundHalfAway(quotient)) * n;
 }
 
+// Half of a size, as the half-resolution stages take it: a logical shift.
+inline int32_t halfSize(int32_t v) { return toField(static_cast<uint32_t>(v) >> 1); }
+
 // 2 x ceil(x x 0.5): up to the next even size.
 inline uint32_t ceilEven(float x) { return toUint32(ceil2(x)); }
 
@@ -66,6 +69,12 @@ constexpr int kMaxFitRounds = 10000;
 uint32_t fitFeatureSize(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& out,
                         STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT& cfg, FeatureSize start,
                         float mainFactor, float auxiFactor, int maxRounds = kMaxFitRounds);
+
+// SAT zoom has no two-pixel auxiliary path and no module tolerance, and
+// derives its depth size from half the P1 feature output. GenSizeInit applies
+// it in SAT mode; GenSizeProc applies it too, so that an all-zero feature word
+// (SAT there) sizes like SAT.
+void prepareSatConfig(STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT& cfg);
 
 // GenSizeInit with a chosen round limit for the fitting loop.
 uint32_t runGenSizeInit(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& out, const STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT& in,

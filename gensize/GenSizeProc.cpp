@@ -34,6 +34,8 @@ using ProcOut = STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT;
 
 using velmo::gensize::sizeToFloat;
 using velmo::gensize::toField;
+using velmo::gensize::halfSize;
+using velmo::gensize::prepareSatConfig;
 
 uint32_t u(int32_t v) { return static_cast<uint32_t>(v); }
 
@@ -42,14 +44,12 @@ int32_t centredOffset(int32_t size, int32_t usage) { return toField((u(size) - u
 
 int32_t minSize(int32_t a, int32_t b) { return toField(std::min(u(a), u(b))); }
 int32_t maxSize(int32_t a, int32_t b) { return toField(std::max(u(a), u(b))); }
-int32_t halved(int32_t v) { return toField(u(v) >> 1); }
 
 // A float size back into a field (saturating, NaN and negatives to 0).
 int32_t sizeField(float v) { return toField(velmo::toUint32(v)); }
 
-// n x floor(v / n) and n x ceil(v / n), in single precision.
+// n x floor(v / n), in single precision.
 int32_t floorToMultiple(float v, float n) { return sizeField(std::floor(v / n) * n); }
-int32_t ceilToMultiple(float v, float n) { return sizeField(std::ceil(v / n) * n); }
 
 // TRAW outputs are whole multiples of 64 pixels wide.
 int32_t alignDown64(int32_t v) { return floorToMultiple(sizeToFloat(v), 64.0f); }
@@ -99,15 +99,6 @@ void copyWindow(Rrz& to, const Rrz& from) {
     to.usage_h = from.usage_h;
     to.out_w = from.out_w;
     to.out_h = from.out_h;
-}
-
-// The same preparation GenSizeInit applies in SAT mode, done here as well so
-// that an all-zero feature word (SAT for this function) sizes like SAT.
-void prepareSatConfig(InitIn& cfg) {
-    cfg.sensor_auxi.mode_2px_en = 0;
-    cfg.module_variation = 0.0f;
-    cfg.dpe_w = ceilToMultiple(sizeToFloat(halved(cfg.p1_fe_main_w)), 64.0f);
-    cfg.dpe_h = ceilToMultiple(sizeToFloat(halved(cfg.p1_fe_main_h)), 4.0f);
 }
 
 // TRAW stage that takes the auxiliary P1 output whole, without cropping.
@@ -248,14 +239,14 @@ void velmoZoomWindows(ProcOut& po, const ProcIn& pi, const InitOut& io) {
 
 Fe halvedFe(const Fe& fe) {
     Fe half = fe;
-    half.in_w = halved(fe.in_w);
-    half.in_h = halved(fe.in_h);
-    half.offset_x = halved(fe.offset_x);
-    half.offset_y = halved(fe.offset_y);
-    half.usage_w = halved(fe.usage_w);
-    half.usage_h = halved(fe.usage_h);
-    half.rot_w = halved(fe.rot_w);
-    half.rot_h = halved(fe.rot_h);
+    half.in_w = halfSize(fe.in_w);
+    half.in_h = halfSize(fe.in_h);
+    half.offset_x = halfSize(fe.offset_x);
+    half.offset_y = halfSize(fe.offset_y);
+    half.usage_w = halfSize(fe.usage_w);
+    half.usage_h = halfSize(fe.usage_h);
+    half.rot_w = halfSize(fe.rot_w);
+    half.rot_h = halfSize(fe.rot_h);
     return half;  // the block grid is the same at half resolution
 }
 

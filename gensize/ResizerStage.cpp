@@ -158,13 +158,12 @@ void setAuxiFeature(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& out, const Config& c
     feB.offset_x = std::max(0, sdiv(wrapSub(feB.in_w, feB.usage_w), 2));
     feB.offset_y = std::max(0, sdiv(wrapSub(feB.in_h, feB.usage_h), 2));
 
-    auto half = [](int32_t v) { return toField(static_cast<uint32_t>(v) >> 1); };
-    feC.in_w = half(feB.in_w);
-    feC.in_h = half(feB.in_h);
-    feC.offset_x = half(feB.offset_x);
-    feC.offset_y = half(feB.offset_y);
-    feC.usage_w = half(feB.usage_w);
-    feC.usage_h = half(feB.usage_h);
+    feC.in_w = halfSize(feB.in_w);
+    feC.in_h = halfSize(feB.in_h);
+    feC.offset_x = halfSize(feB.offset_x);
+    feC.offset_y = halfSize(feB.offset_y);
+    feC.usage_w = halfSize(feB.usage_w);
+    feC.usage_h = halfSize(feB.usage_h);
 }
 
 // Step 9: the largest zoom at which each resizer still has enough input for
