@@ -20,3 +20,5 @@
 #include "vwmt/core/GridBuffer.h"
 #include "vwmt/core/MeshGridUtility.h"
 #include "vwmt/core/MeshInterpolator.h"
+#include "vwmt/OisWarpRecords.h"
+#include "vwmt/VectWarpMapTrans.h"

@@ -1,0 +1,1 @@
+#include "vwmt/VectWarpMapTrans.h"
