@@ -114,6 +114,17 @@ private:
     // is wrong.
     bool workingBufferFits(const char* caller) const;
 
+    // Transform steps
+    // True when the working buffer fits and both vector arrays are given;
+    // otherwise logs one line naming `caller`.
+    bool transformInputsUsable(const char* caller, const double* inOisX, const double* inOisY) const;
+    // Scales the caller's vectors in place by the OIS scale factors.
+    void scaleCallerVectors(const char* caller, double* inOisX, double* inOisY);
+    // Copies the scaled vectors into working array 0 and unscales the caller's.
+    void takeScaledVectors(double* inOisX, double* inOisY);
+    // Working array 2 = the mesh of array 1 displaced by the vectors of array 0.
+    void displaceMeshByVectors(ImgSizeDescription const& d);
+
     int gridInW_;
     int gridInH_;
     int bufferW_;
