@@ -124,6 +124,21 @@ private:
     void takeScaledVectors(double* inOisX, double* inOisY);
     // Working array 2 = the mesh of array 1 displaced by the vectors of array 0.
     void displaceMeshByVectors(ImgSizeDescription const& d);
+    // True when working array k was carved with at least `bytes` bytes; else
+    // logs one line naming `caller`. For uses beyond those workingBufferFits
+    // checks (the frame paths of oisVecToGrid).
+    bool workingArrayFits(int k, int64_t bytes, const char* caller) const;
+
+    void initOisOnSizes();
+    void initWithOffset(const double* vectOffset);
+    void clearWorkingArrays();
+    // Byte size of every working array for the current member sizes, by
+    // array number; false when a size product does not fit 32 bits or a size
+    // is negative.
+    bool carvedSizes(int64_t* bytes) const;
+    // Refusals of oisVecToGrid, checked before anything is written.
+    bool frameIsValid(VWMTInput const& in, VWMTOutput const& out) const;
+    void dumpVectors(VWMTInput const& in) const;
 
     int gridInW_;
     int gridInH_;
