@@ -1,1 +1,465 @@
+// The GPU-layout transform, checked the way the GPU consumer sees it: arrays
+// read from the working buffer at the offsets of the documented carve. The
+// expected grids come from the geometry alone: constant OIS vectors shift
+// every mesh by the same amount, and the rotation is an affine map that the
+// triangle interpolation reproduces exactly (up to float rounding).
+
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "support/LogCapture.h"
+#include "vwmt/VectWarpMapTrans.h"
+
+namespace {
+
+std::atomic<bool> gCountAllocations{false};
+std::atomic<int> gAllocations{0};
+
+// Out of line, so that the compiler does not pair operator new with free.
+[[gnu::noinline]] void* countedAllocation(std::size_t size) {
+    if (gCountAllocations) ++gAllocations;
+    if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
+    throw std::bad_alloc();
+}
+[[gnu::noinline]] void release(void* p) noexcept { std::free(p); }
+
+}  // namespace
+
+void* operator new(std::size_t size) { return countedAllocation(size); }
+void* operator new[](std::size_t size) { return countedAllocation(size); }
+void operator delete(void* p) noexcept { release(p); }
+void operator delete[](void* p) noexcept { release(p); }
+void operator delete(void* p, std::size_t) noexcept { release(p); }
+void operator delete[](void* p, std::size_t) noexcept { release(p); }
+
+namespace {
+
+using velmo::testing::LogCapture;
+
+// Byte offset of every working array, from the documented carve order.
+struct Carve {
+    size_t offset[25];
+    size_t total;
+};
+
+Carve documentedCarve(int gridW, int gridH, int meshW, int meshH, int contentW, int contentH) {
+    const size_t g = size_t(gridW) * gridH, m = size_t(meshW) * meshH, c = size_t(contentW) * contentH;
+    const size_t cells = size_t(contentW - 1) * (contentH - 1);
+    const struct {
+        int array;
+        size_t bytes;
+    } order[] = {{0, 8 * g},  {20, 8 * g},  {21, 8 * c},  {1, 8 * m},  {2, 8 * m},  {3, 8 * m},  {4, 8 * m},
+                 {13, 24 * cells}, {14, 8 * m}, {15, 4 * m}, {16, 4 * m}, {22, 32 * size_t(meshH)},
+                 {23, 8 * size_t(meshH)}, {24, 8 * size_t(meshH)}, {5, 8 * c}, {6, 8 * c}, {7, 8 * c},
+                 {8, 8 * c}, {17, 8 * c}, {18, 4 * c}, {19, 4 * c}, {9, 8 * m}, {10, 8 * m}, {11, 8 * m},
+                 {12, 8 * m}};
+    Carve carve{};
+    for (const auto& entry : order) {
+        carve.offset[entry.array] = carve.total;
+        carve.total += entry.bytes;
+    }
+    return carve;
+}
+
+constexpr size_t kGuard = 64;
+constexpr unsigned char kFill = 0xA5;
+
+// A frame of the camera stack: a tgCrop of 4000 x 3000 at the origin, read
+// out over a rotated image of 2000 x 1500.
+struct GpuFrame {
+    int vectW = 5, vectH = 4, contentW = 6, contentH = 5;
+    float rotAngle = 0.0f;
+    int p1CropX = 0, p1CropW = 4000;
+    int rotW = 2000, rotH = 1500;
+    std::vector<double> x, y;
+
+    ImgSizeDescription desc() const {
+        ImgSizeDescription d{};
+        d.sensorSize = {4208, 3120};
+        d.analogCrop = {0, 0, 4208, 3120};
+        d.binningSize = {4208, 3120};
+        d.digitalCrop = {0, 0, 4208, 3120};
+        d.tgCrop = {0, 0, 4000, 3000};
+        d.p1Crop = {p1CropX, 0, p1CropW, 3000};
+        d.p1Resize = {1234, 567};  // replaced by the rotated size
+        return d;
+    }
+    GridFromOisParam grid() const {
+        GridFromOisParam g{};
+        g.srcImg.size = {4000, 3000};  // replaced by the rotated size
+        g.rotImg.size = {rotW, rotH};
+        g.content_w = contentW;
+        g.content_h = contentH;
+        g.buffer_size = std::max(contentW, contentH);
+        g.rotAngle = rotAngle;
+        return g;
+    }
+    VWMTInput input() {
+        return VWMTInput{x.data(), y.data(), vectW, vectH, VWMT_DIRECTION_FORWARD, desc(), grid()};
+    }
+    void constantVectors(double vx, double vy) {
+        x.assign(size_t(vectW) * vectH, vx);
+        y.assign(size_t(vectW) * vectH, vy);
+    }
+};
+
+// A transformer sized for the frame, its working buffer between guard bytes.
+struct Rig {
+    explicit Rig(GpuFrame& f) : frame(f), trans(f.vectW, f.vectH, 1) {
+        const VWMTInput in = frame.input();
+        trans.updateVectSize(in);
+        const int meshW = f.vectW == 1 ? 2 : f.vectW;
+        carve = documentedCarve(f.vectW, f.vectH, meshW, f.vectH, f.contentW, f.contentH);
+        EXPECT_EQ(size_t(trans.getWorkingBufferSize()), carve.total);
+        memory.assign(carve.total + 2 * kGuard, kFill);
+        trans.setWorkingBuffer(reinterpret_cast<char*>(memory.data() + kGuard));
+    }
+    void run() { trans.transformVectToWarpMap_gpu(frame.x.data(), frame.y.data(), frame.desc(), frame.grid()); }
+
+    template <typename T>
+    T at(int array, size_t index) const {
+        T v;
+        std::memcpy(&v, memory.data() + kGuard + carve.offset[array] + index * sizeof(T), sizeof(T));
+        return v;
+    }
+    bool guardsIntact() const {
+        for (size_t i = 0; i < kGuard; ++i)
+            if (memory[i] != kFill || memory[memory.size() - 1 - i] != kFill) return false;
+        return true;
+    }
+    bool untouched(int array, size_t bytes) const {
+        const unsigned char* p = memory.data() + kGuard + carve.offset[array];
+        return std::all_of(p, p + bytes, [](unsigned char b) { return b == kFill; });
+    }
+
+    GpuFrame& frame;
+    VectWarpMapTrans trans;
+    Carve carve{};
+    std::vector<unsigned char> memory;
+};
+
+// The rotation of the content grid about the centre of the rotated image
+// (the source after the forward fix-up), in double.
+struct Rotation {
+    double c, s, cx, cy;
+    Rotation(float degrees, int w, int h) {
+        const double theta = double(degrees) * 3.14159265358979323846 / 180.0;
+        c = std::cos(theta);
+        s = std::sin(theta);
+        cx = w * 0.5;
+        cy = h * 0.5;
+    }
+    void apply(double px, double py, double* rx, double* ry) const {
+        const double dx = px - cx, dy = py - cy;
+        *rx = cx + c * dx + s * dy;
+        *ry = cy + c * dy - s * dx;
+    }
+};
+
+// Fixed point with 5 fractional bits, halves away from zero.
+int32_t fixed(double v) { return int32_t(v < 0 ? std::ceil(v * 32 - 0.5) : std::floor(v * 32 + 0.5)); }
+
+struct RotationCase {
+    float degrees;
+    double vx, vy;
+};
+
+class GpuTransformRotation : public ::testing::TestWithParam<RotationCase> {};
+
+// Constant vectors of (vx, vy) sensor pixels become (vx, vy) / 2 at the 2x
+// smaller rotated image; the content grid is then turned about the image
+// centre and read out at the pixel centres of the output grid.
+TEST_P(GpuTransformRotation, WorkingArraysHoldTheRotatedShiftedGrid) {
+    const RotationCase tc = GetParam();
+    GpuFrame frame;
+    frame.rotAngle = tc.degrees;
+    frame.constantVectors(tc.vx, tc.vy);
+    Rig rig(frame);
+    rig.run();
+
+    const int cw = frame.contentW, ch = frame.contentH, n = cw * ch;
+    const Rotation rot(tc.degrees, frame.rotW, frame.rotH);
+    std::vector<double> planes(2 * size_t(n));  // x plane, y plane of the single pass, pixel centre
+    for (int j = 0; j < ch; ++j) {
+        for (int i = 0; i < cw; ++i) {
+            const size_t k = size_t(j) * cw + i;
+            const double nodeX = 2000.0 * i / (cw - 1), nodeY = 1500.0 * j / (ch - 1);
+            const double qx = double(i) / (cw - 1) * 1999 + 0.5, qy = double(j) / (ch - 1) * 1499 + 0.5;
+            double gx, gy, wx, wy;
+            rot.apply(nodeX + tc.vx / 2, nodeY + tc.vy / 2, &gx, &gy);
+            rot.apply(qx + tc.vx / 2, qy + tc.vy / 2, &wx, &wy);
+            EXPECT_NEAR(rig.at<float>(5, 2 * k), nodeX, 1e-3);
+            EXPECT_NEAR(rig.at<float>(5, 2 * k + 1), nodeY, 1e-3);
+            EXPECT_NEAR(rig.at<float>(6, 2 * k), gx, 2e-3) << "node " << k;
+            EXPECT_NEAR(rig.at<float>(6, 2 * k + 1), gy, 2e-3) << "node " << k;
+            EXPECT_NEAR(rig.at<float>(8, 2 * k), qx, 1e-3);
+            EXPECT_NEAR(rig.at<float>(8, 2 * k + 1), qy, 1e-3);
+            EXPECT_NEAR(rig.at<float>(7, 2 * k), wx, 2e-3);
+            EXPECT_NEAR(rig.at<float>(7, 2 * k + 1), wy, 2e-3);
+            planes[k] = wx - 0.5;
+            planes[n + k] = wy - 0.5;
+        }
+    }
+    // The second fixed-point pass reads the planes as (x, y) pairs.
+    for (int m = 0; m < n; ++m) {
+        EXPECT_NEAR(rig.at<int32_t>(18, m), fixed(planes[2 * m] - 0.5), 1) << "point " << m;
+        EXPECT_NEAR(rig.at<int32_t>(19, m), fixed(planes[2 * m + 1] - 0.5), 1) << "point " << m;
+    }
+    // Not the single pass's grid, which would have y of point 0 there.
+    EXPECT_GT(std::abs(rig.at<int32_t>(19, 0) - fixed(planes[n])), 32);
+    EXPECT_TRUE(rig.guardsIntact());
+}
+
+INSTANTIATE_TEST_SUITE_P(Angles, GpuTransformRotation,
+                         ::testing::Values(RotationCase{0.0f, 0.0, 0.0}, RotationCase{0.0f, 12.0, -7.0},
+                                           RotationCase{90.0f, 12.0, -7.0}, RotationCase{-30.0f, -5.0, 9.0},
+                                           RotationCase{180.0f, 3.0, 4.0}));
+
+// Vector rows (10 j, -4 j) at 5 rows spread over the 4000-pixel sensor width,
+// re-sampled over a crop from 1000 to 3000 (rows 1, 1.5, ..., 3) and halved
+// for the 2000 -> 1000 resize: both mesh columns move by the same row shift.
+TEST(GpuTransform, OneColumnInputLendsItsRowVectorToBothMeshColumns) {
+    GpuFrame frame;
+    frame.vectW = 1;
+    frame.vectH = 5;
+    frame.p1CropX = 1000;
+    frame.p1CropW = 2000;
+    frame.rotW = 1000;
+    for (int j = 0; j < frame.vectH; ++j) {
+        frame.x.push_back(10.0 * j);
+        frame.y.push_back(-4.0 * j);
+    }
+    Rig rig(frame);
+    rig.run();
+
+    for (int row = 0; row < 5; ++row) {
+        const double at = 1.0 + 0.5 * row;
+        for (int col = 0; col < 2; ++col) {
+            const size_t k = size_t(row) * 2 + col;
+            EXPECT_NEAR(rig.at<float>(2, 2 * k), 1000.0 * col + 10.0 * at / 2, 1e-3) << row << "," << col;
+            EXPECT_NEAR(rig.at<float>(2, 2 * k + 1), 1500.0 * row / 4 - 4.0 * at / 2, 1e-3) << row << "," << col;
+        }
+    }
+    // The two-dimensional resampling arrays stay as they were.
+    for (int array : {9, 10, 11, 12}) EXPECT_TRUE(rig.untouched(array, 8 * 2 * 5)) << "array " << array;
+    EXPECT_TRUE(rig.guardsIntact());
+}
+
+TEST(GpuTransform, TwoColumnInputResamplesOverTheSensorMesh) {
+    GpuFrame frame;
+    frame.constantVectors(8.0, 6.0);
+    Rig rig(frame);
+    rig.run();
+    for (int array : {9, 10, 11, 12}) EXPECT_FALSE(rig.untouched(array, 8 * 20)) << "array " << array;
+    // Sensor mesh (array 11) and crop nodes (array 9) coincide here.
+    EXPECT_NEAR(rig.at<float>(11, 2 * 19), 4000.0f, 1e-3);
+    EXPECT_NEAR(rig.at<float>(9, 2 * 19 + 1), 3000.0f, 1e-3);
+    EXPECT_NEAR(rig.at<float>(10, 2 * 7), rig.at<float>(9, 2 * 7) + 8.0f, 1e-3);
+    EXPECT_NEAR(rig.at<float>(2, 2 * 7 + 1), 500.0f + 3.0f, 1e-3);
+}
+
+TEST(GpuTransform, OisScaleIsNotApplied) {
+    GpuFrame frame;
+    frame.rotAngle = 30.0f;
+    frame.x = {3.5, -2.25, 7.0, 1.0, 0.0, 4.0, -8.0, 2.0, 6.5, 1.5, 2.0, -3.0, 5.0, 0.5, -1.0, 9.0, 2.5, 3.0, -4.5, 1.0};
+    frame.y = frame.x;
+    std::reverse(frame.y.begin(), frame.y.end());
+    const std::vector<double> givenX = frame.x, givenY = frame.y;
+    const float savedX = VWMT::ois_scale_x, savedY = VWMT::ois_scale_y;
+
+    std::vector<std::vector<unsigned char>> buffers;
+    for (float scale : {1.0f, 0.88f, 0.0f}) {
+        VWMT::ois_scale_x = scale;
+        VWMT::ois_scale_y = scale;
+        Rig rig(frame);
+        rig.run();
+        buffers.push_back(rig.memory);
+        EXPECT_EQ(0, std::memcmp(frame.x.data(), givenX.data(), givenX.size() * sizeof(double)));
+        EXPECT_EQ(0, std::memcmp(frame.y.data(), givenY.data(), givenY.size() * sizeof(double)));
+    }
+    VWMT::ois_scale_x = savedX;
+    VWMT::ois_scale_y = savedY;
+    EXPECT_TRUE(buffers[0] == buffers[1]);
+    EXPECT_TRUE(buffers[0] == buffers[2]);
+}
+
+TEST(GpuTransform, NeedsNoArenaAndNoHeap) {
+    GpuFrame frame;
+    frame.vectW = frame.vectH = frame.contentW = frame.contentH = 28;
+    frame.rotAngle = 90.0f;
+    frame.constantVectors(1.5, -2.5);
+    VectWarpMapTrans standBy(28, 28, 0);  // stand-by object: no arena
+    Rig rig(frame);
+    const VWMTInput in = frame.input();
+    standBy.updateVectSize(in);
+    std::vector<unsigned char> work(size_t(standBy.getWorkingBufferSize()), kFill);
+    standBy.setWorkingBuffer(reinterpret_cast<char*>(work.data()));
+
+    const ImgSizeDescription d = frame.desc();
+    const GridFromOisParam g = frame.grid();
+    gAllocations = 0;
+    gCountAllocations = true;
+    standBy.transformVectToWarpMap_gpu(frame.x.data(), frame.y.data(), d, g);
+    rig.run();
+    gCountAllocations = false;
+    EXPECT_EQ(gAllocations.load(), 0);
+    EXPECT_TRUE(std::equal(work.begin(), work.end(), rig.memory.begin() + kGuard));
+}
+
+// vectorTransformation_OutputSize on a binned frame whose crop width on the
+// sensor is 1001 / 0.75 = 1334.67: the resize factor is taken from the
+// integer sizes, 667 / 1334 = 0.5 exactly (not 0.49975).
+TEST(GpuTransform, ResizeFactorsUseIntegerSizes) {
+    VectWarpMapTrans trans(5, 4, 1);
+    std::vector<unsigned char> work(size_t(trans.getWorkingBufferSize()));
+    trans.setWorkingBuffer(reinterpret_cast<char*>(work.data()));
+    ImgSizeDescription d{};
+    d.sensorSize = {4000, 3000};
+    d.analogCrop = {0, 0, 4000, 3000};
+    d.binningSize = {3000, 2250};
+    d.digitalCrop = {0, 0, 3000, 2250};
+    d.tgCrop = {0, 0, 3000, 2250};
+    d.p1Crop = {0, 0, 1001, 2250};
+    d.p1Resize = {667, 1125};
+    std::vector<float> in(2 * 20), out(2 * 20, -1.0f);
+    for (size_t k = 0; k < 20; ++k) {
+        in[2 * k] = 100.0f;
+        in[2 * k + 1] = 80.0f;
+    }
+    trans.vectorTransformation_OutputSize(out.data(), in.data(), 5, 4, d);
+    for (size_t k = 0; k < 20; ++k) {
+        EXPECT_NEAR(out[2 * k], 50.0f, 2e-3) << k;
+        EXPECT_NEAR(out[2 * k + 1], 30.0f, 2e-3) << k;
+    }
+}
+
+TEST(GpuTransform, WarpGridByVectorTakesVectorsInInputLayout) {
+    const float mesh[] = {0, 0, 10, 0, 0, 10, 10, 10};
+    const float vectors[] = {1, 2, 3, 4, 5, 6, 7, 8};
+    struct Case {
+        int gridW;
+        float expected[8];
+    } cases[] = {{1, {1, 2, 11, 2, 3, 14, 13, 14}},    // rows (1, 2) and (3, 4), each for both columns
+                 {2, {1, 2, 13, 4, 5, 16, 17, 18}}};  // one vector per node
+    for (const Case& c : cases) {
+        VectWarpMapTrans trans(c.gridW, 2);
+        float out[8];
+        trans.warpGridByVector(out, const_cast<float*>(mesh), const_cast<float*>(vectors));
+        for (int i = 0; i < 8; ++i) EXPECT_EQ(out[i], c.expected[i]) << "gridW " << c.gridW << " value " << i;
+    }
+}
+
+TEST(GpuTransform, ResizeVectorScalesInFloat) {
+    VectWarpMapTrans trans(4, 4);
+    float vec[] = {3.0f, 6.0f, -9.0f, 12.0f, 0.5f, 30.0f};
+    trans.resizeVectorWithImageResizing(vec, 2, 3, 4, 1, 6);
+    const float third = 1.0f / 3.0f, oneAndHalf = 1.5f;
+    const float expected[] = {3.0f * third, 6.0f * oneAndHalf, -9.0f * third, 12.0f * oneAndHalf, 0.5f, 30.0f};
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(vec[i], expected[i]) << i;
+}
+
+// ---- refusals: one log line, nothing written --------------------------------------------------
+
+struct Refusal {
+    const char* name;
+    const char* needle;  // part of the one log line
+    // Builds the transformer state; returns the frame to run.
+    void (*prepare)(GpuFrame& frame, VectWarpMapTrans*& trans, std::vector<unsigned char>& memory, double*& x,
+                    double*& y);
+};
+
+void carveFor(VectWarpMapTrans& trans, std::vector<unsigned char>& memory) {
+    memory.assign(size_t(trans.getWorkingBufferSize()) + kGuard, kFill);
+    trans.setWorkingBuffer(reinterpret_cast<char*>(memory.data()));
+}
+
+const Refusal kRefusals[] = {
+    {"NoWorkingBuffer", "no working buffer",
+     [](GpuFrame& f, VectWarpMapTrans*& t, std::vector<unsigned char>&, double*&, double*&) {
+         t = new VectWarpMapTrans(f.vectW, f.vectH, 1);
+     }},
+    {"NullX", "NULL",
+     [](GpuFrame& f, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*& x, double*&) {
+         t = new VectWarpMapTrans(f.vectW, f.vectH, 1);
+         carveFor(*t, m);
+         x = nullptr;
+     }},
+    {"NullY", "NULL",
+     [](GpuFrame& f, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*&, double*& y) {
+         t = new VectWarpMapTrans(f.vectW, f.vectH, 1);
+         carveFor(*t, m);
+         y = nullptr;
+     }},
+    {"OneRowMesh", "too small",
+     [](GpuFrame&, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*&, double*&) {
+         t = new VectWarpMapTrans(5, 1, 1);
+         carveFor(*t, m);
+     }},
+    {"OneColumnContent", "too small",
+     [](GpuFrame& f, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*&, double*&) {
+         t = new VectWarpMapTrans(f.vectW, f.vectH, 1);
+         carveFor(*t, m);
+         f.contentW = 1;
+         t->updateVectSize(f.input());
+     }},
+    {"ContentBeyondCarve", "carved",
+     [](GpuFrame& f, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*&, double*&) {
+         t = new VectWarpMapTrans(f.vectW, f.vectH, 1);  // content 8 x 8
+         carveFor(*t, m);
+         f.contentW = f.contentH = 12;
+         t->updateVectSize(f.input());
+     }},
+    {"MeshVectorsBeyondArray21", "working array 21 needs 288 bytes, 128 carved",
+     [](GpuFrame&, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*&, double*&) {
+         double offset[2] = {0, 0};
+         t = new VectWarpMapTrans(6, 6, 4, 4, offset);  // mesh 6 x 6 on a 4 x 4 content carve
+         carveFor(*t, m);
+     }},
+    {"MeshDisagreesWithVectorGrid", "gridIn(8, 3)",
+     [](GpuFrame& f, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*&, double*&) {
+         double offset[2] = {0, 0};
+         t = new VectWarpMapTrans(8, 3, 4, 4, offset);
+         carveFor(*t, m);
+         // OIS off keeps the 8-wide vector rows under a 2 x 3 mesh: rows
+         // would be read up to vector 1 + 2 x 8 = 17, past array 21's 16.
+         f.contentW = 2;
+         f.contentH = 3;
+         t->updateVectSize(f.input());
+     }},
+};
+
+class GpuTransformRefusal : public ::testing::TestWithParam<Refusal> {};
+
+TEST_P(GpuTransformRefusal, LogsOneLineAndWritesNothing) {
+    GpuFrame frame;
+    frame.constantVectors(1.0, 1.0);
+    VectWarpMapTrans* trans = nullptr;
+    std::vector<unsigned char> memory;
+    double* x = frame.x.data();
+    double* y = frame.y.data();
+    GetParam().prepare(frame, trans, memory, x, y);
+    const std::vector<unsigned char> before = memory;
+
+    LogCapture log;
+    trans->transformVectToWarpMap_gpu(x, y, frame.desc(), frame.grid());
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(log.lines()[0].tag, "OISWarpMap");
+    EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][transformVectToWarpMap_gpu] ", 0), 0u) << log.lines()[0].text;
+    EXPECT_NE(log.lines()[0].text.find(GetParam().needle), std::string::npos) << log.lines()[0].text;
+    EXPECT_TRUE(memory == before);
+    delete trans;
+}
+
+INSTANTIATE_TEST_SUITE_P(BadInput, GpuTransformRefusal, ::testing::ValuesIn(kRefusals),
+                         [](const ::testing::TestParamInfo<Refusal>& info) { return std::string(info.param.name); });
+
+}  // namespace
