@@ -17,6 +17,8 @@ using VWMT::MeshGridUtility;
 
 namespace {
 
+constexpr const char* kTag = "OISWarpMap";
+
 // Right angles are handled by the grid writer's transposes, not on the mesh.
 bool isRightAngle(float degrees) {
     return degrees == 0.0f || degrees == 90.0f || degrees == 180.0f || degrees == 270.0f || degrees == -90.0f;
@@ -87,8 +89,15 @@ void VectWarpMapTrans::transformForwardVectToBackwardWarpMap(double* inOisX, dou
 void VectWarpMapTrans::paddingWarpGridOpt(float* vertices, float* values, float* grid, float* out, int w, int h,
                                           ImgSizeDescription const& /*d*/, GridFromOisParam const& g) {
     if (!workingBufferFits(__func__)) return;
+    // The w x h triangles come from working array 13, carved for the content grid.
+    const int64_t cells = (int64_t{w} - 1) * (int64_t{h} - 1);
+    if (w < 2 || h < 2 || cells > (int64_t{contentW_} - 1) * (contentH_ - 1)) {
+        VELMO_LOG(kTag, "[VWMT][%s] Error: grid(%d, %d) outside content(%d, %d)\n", __func__, w, h, contentW_,
+                  contentH_);
+        return;
+    }
     if (vertices == nullptr) {
-        VELMO_LOG("OISWarpMap", "[VWMT][%s] no mesh vertices to pad\n", __func__);
+        VELMO_LOG(kTag, "[VWMT][%s] Error: vertices is NULL\n", __func__);
         return;
     }
     // The rotated canvas, shifted so that the source sits centred in it.

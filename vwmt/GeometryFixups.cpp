@@ -124,11 +124,18 @@ void VectWarpMapTrans::estimateImageSizeDescription(ImgSizeDescription d) {
 }
 
 bool VectWarpMapTrans::transformInputsUsable(const char* caller, const double* inOisX,
-                                             const double* inOisY) const {
+                                             const double* inOisY) {
     if (!workingBufferFits(caller)) return false;
     if (inOisX == nullptr || inOisY == nullptr) {
-        VELMO_LOG(kTag, "[VWMT][%s] inOisX(%p) or inOisY(%p) is NULL\n", caller,
+        VELMO_LOG(kTag, "[VWMT][%s] Error: inOisX(%p) or inOisY(%p) is NULL\n", caller,
                   static_cast<const void*>(inOisX), static_cast<const void*>(inOisY));
+        return false;
+    }
+    // The mesh steps read meshW x meshH vectors (a column: meshH) from the
+    // gridInW x gridInH the caller gave; a stand-by object may disagree.
+    if (meshW_ != updateGridLenToMeshLen(gridInW_) || meshH_ != gridInH_) {
+        VELMO_LOG(kTag, "[VWMT][%s] Error: mesh(%d, %d) does not match gridIn(%d, %d)\n", caller, meshW_, meshH_,
+                  gridInW_, gridInH_);
         return false;
     }
     return true;

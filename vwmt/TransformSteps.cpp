@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "common/Numerics.h"
+#include "platform/Log.h"
 #include "vwmt/RotationAngle.h"
 #include "vwmt/VectWarpMapTrans.h"
 #include "vwmt/core/Interp1Sorted.h"
@@ -50,6 +51,11 @@ void VectWarpMapTrans::updateVectorByOffset(float* dst, float* src, float* offse
 void VectWarpMapTrans::resampleVectorWithImageCropping_OneDimension(float* out, float* in, int n, int a, int c,
                                                                     int b) {
     if (n < 1 || !workingBufferFits(__func__)) return;
+    // Positions and weights live in arrays 22 to 24, carved per mesh row.
+    if (n > meshH_) {
+        VELMO_LOG("OISWarpMap", "[VWMT][%s] Error: %d vectors, mesh has %d rows\n", __func__, n, meshH_);
+        return;
+    }
     float* samples = workPoints(23);
     float* queries = workPoints(24);
     const int32_t last = n - 1;

@@ -117,7 +117,7 @@ private:
     // Transform steps
     // True when the working buffer fits and both vector arrays are given;
     // otherwise logs one line naming `caller`.
-    bool transformInputsUsable(const char* caller, const double* inOisX, const double* inOisY) const;
+    bool transformInputsUsable(const char* caller, const double* inOisX, const double* inOisY);
     // Scales the caller's vectors in place by the OIS scale factors.
     void scaleCallerVectors(const char* caller, double* inOisX, double* inOisY);
     // Copies the scaled vectors into working array 0 and unscales the caller's.
