@@ -22,3 +22,4 @@
 #include "vwmt/core/MeshInterpolator.h"
 #include "vwmt/OisWarpRecords.h"
 #include "vwmt/VectWarpMapTrans.h"
+#include "vwmt/BilinearInterpolation.h"

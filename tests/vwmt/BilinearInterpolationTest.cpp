@@ -1,1 +1,142 @@
 #include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/LogCapture.h"
+#include "vwmt/BilinearInterpolation.h"
+#include "vwmt/VectWarpMapTrans.h"
+
+namespace {
+
+using velmo::testing::LogCapture;
+using Table = std::vector<std::vector<myOffset>>;
+
+// Column c, row r holds (10 c + r, -r): one value per grid point.
+Table labelledTable(int cols, int rows) {
+    Table table(cols, std::vector<myOffset>(rows));
+    for (int c = 0; c < cols; ++c)
+        for (int r = 0; r < rows; ++r) table[c][r] = {10.0f * c + r, -1.0f * r};
+    return table;
+}
+
+struct Query {
+    const char* what;
+    int imageW, imageH, maxCol, maxRow;
+    float x, y;
+    float dx, dy;
+};
+
+// 5 x 3 grid points on 640 x 200: cells of 160 x 100.
+const float kScale = static_cast<float>(1.0 / 1.00001);
+const Query kQueries[] = {
+    {"grid point (0, 0) is a border point", 640, 200, 4, 2, 0.0f, 0.0f, 0.0f, 0.0f},
+    {"left of the image: column 0", 640, 200, 4, 2, -500.0f, 110.0f, 1.0f, -1.0f},
+    {"right of the image: last column", 640, 200, 4, 2, 9000.0f, 40.0f, 40.0f, 0.0f},
+    {"below the image: last row", 640, 200, 4, 2, 250.0f, 1e6f, 22.0f, -2.0f},
+    {"nearest line rounds halves up", 640, 200, 4, 2, 240.0f, -1.0f, 20.0f, 0.0f},
+    {"right border exactly", 640, 200, 4, 2, 640.0f, 100.0f, 41.0f, -1.0f},
+    {"inside: halfway between columns 1 and 2", 640, 200, 4, 2, 240.0f, 100.0f, 16.0f * kScale, -1.0f * kScale},
+    {"641 wide still has cells of 160", 641, 200, 4, 2, 240.0f, 100.0f, 16.0f * kScale, -1.0f * kScale},
+    {"641 wide: 640 is the right border", 641, 200, 4, 2, 640.0f, 100.0f, 41.0f, -1.0f},
+    {"one grid column: division by zero gives 0", 640, 200, 0, 2, 300.0f, 100.0f, 1.0f, -1.0f},
+};
+
+TEST(BilinearInterpolation, OffsetsAtQueryPoints) {
+    const Table table = labelledTable(5, 3);
+    for (const Query& q : kQueries) {
+        int w = q.imageW, h = q.imageH;
+        const myOffset got = bilinear_interpolation(q.x, q.y, table, w, h, q.maxCol, q.maxRow);
+        EXPECT_FLOAT_EQ(got.dx, q.dx) << q.what;
+        EXPECT_FLOAT_EQ(got.dy, q.dy) << q.what;
+        EXPECT_EQ(w, q.imageW);
+        EXPECT_EQ(h, q.imageH);
+    }
+}
+
+// Four offsets of (1, 2) around a cell centre: the blend is (1, 2), then the
+// cell-area guard divides by 1.00001 in double.
+TEST(BilinearInterpolation, CellCentreIsScaledByTheAreaGuard) {
+    const Table table(2, std::vector<myOffset>(2, myOffset{1.0f, 2.0f}));
+    int w = 100, h = 100;
+    const myOffset got = bilinear_interpolation(50.0f, 50.0f, table, w, h, 1, 1);
+    EXPECT_EQ(got.dx, static_cast<float>(1.0 / 1.00001));
+    EXPECT_EQ(got.dy, static_cast<float>(2.0 / 1.00001));
+    EXPECT_NE(got.dx, 1.0f);
+}
+
+TEST(BilinearInterpolation, TableTooSmallGivesZeroAndOneLogLine) {
+    const Table table = labelledTable(2, 2);
+    int w = 640, h = 200;
+    LogCapture log;
+    const myOffset got = bilinear_interpolation(639.0f, 100.0f, table, w, h, 4, 2);
+    EXPECT_EQ(got.dx, 0.0f);
+    EXPECT_EQ(got.dy, 0.0f);
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][bilinear_interpolation] ", 0), 0u);
+}
+
+// A 3 x 2 grid moved by (3, -2) everywhere, on a 200 x 100 image.
+struct MovedGrid {
+    std::vector<float> before{0, 0, 100, 0, 200, 0, 0, 100, 100, 100, 200, 100};
+    std::vector<float> after;
+    MovedGrid() {
+        for (size_t k = 0; k < before.size(); k += 2) {
+            after.push_back(before[k] + 3.0f);
+            after.push_back(before[k + 1] - 2.0f);
+        }
+    }
+};
+
+TEST(BilinearInterpolation, MemberMovesQueriesByTheirOffsets) {
+    MovedGrid grid;
+    VectWarpMapTrans trans(3, 2);
+    // Border points take (3, -2); interior points (3, -2) / 1.00001.
+    std::vector<float> queries{0, 0, 50, 50, 150, 25, 200, 100, -10, 50, 120, 80};
+    std::vector<float> out(queries.size(), -1.0f);
+    testing::internal::CaptureStdout();
+    trans.genQueriedGridXYByBilinerInterpolation(grid.after.data(), grid.before.data(), queries.data(), out.data(),
+                                                 3, 2, 3, 2, 200, 100);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "\n\n[FUNC] genQueriedGridXYByBilinerInterpolation offset: \n");
+    const bool interior[] = {false, true, true, false, false, true};
+    for (size_t k = 0; k < 6; ++k) {
+        const float scale = interior[k] ? static_cast<float>(1.0 / 1.00001) : 1.0f;
+        EXPECT_FLOAT_EQ(out[2 * k], 3.0f * scale + queries[2 * k]) << k;
+        EXPECT_FLOAT_EQ(out[2 * k + 1], -2.0f * scale + queries[2 * k + 1]) << k;
+    }
+}
+
+struct BadCall {
+    const char* what;
+    bool nullOut;
+    int gridW, gridH, queryW, queryH;
+};
+
+const BadCall kBadCalls[] = {
+    {"null output", true, 3, 2, 3, 2},
+    {"query grid narrower than the grid", false, 3, 2, 2, 3},
+    {"query grid shorter than the grid", false, 3, 2, 3, 1},
+    {"empty grid", false, 0, 2, 3, 2},
+    {"empty query grid", false, 3, 2, 3, 0},
+};
+
+TEST(BilinearInterpolation, MemberRefusesWithOneLineAndWritesNothing) {
+    MovedGrid grid;
+    VectWarpMapTrans trans(3, 2);
+    std::vector<float> queries(12, 10.0f);
+    for (const BadCall& bad : kBadCalls) {
+        std::vector<float> out(12, -1.0f);
+        LogCapture log;
+        testing::internal::CaptureStdout();
+        trans.genQueriedGridXYByBilinerInterpolation(grid.after.data(), grid.before.data(), queries.data(),
+                                                     bad.nullOut ? nullptr : out.data(), bad.gridW, bad.gridH,
+                                                     bad.queryW, bad.queryH, 200, 100);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << bad.what;
+        ASSERT_EQ(log.lines().size(), 1u) << bad.what;
+        EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][genQueriedGridXYByBilinerInterpolation] ", 0), 0u) << bad.what;
+        EXPECT_EQ(out, std::vector<float>(12, -1.0f)) << bad.what;
+    }
+}
+
+}  // namespace
