@@ -254,19 +254,6 @@ TEST(GpuTransform, OneColumnInputLendsItsRowVectorToBothMeshColumns) {
     EXPECT_TRUE(rig.guardsIntact());
 }
 
-TEST(GpuTransform, TwoColumnInputResamplesOverTheSensorMesh) {
-    GpuFrame frame;
-    frame.constantVectors(8.0, 6.0);
-    Rig rig(frame);
-    rig.run();
-    for (int array : {9, 10, 11, 12}) EXPECT_FALSE(rig.untouched(array, 8 * 20)) << "array " << array;
-    // Sensor mesh (array 11) and crop nodes (array 9) coincide here.
-    EXPECT_NEAR(rig.at<float>(11, 2 * 19), 4000.0f, 1e-3);
-    EXPECT_NEAR(rig.at<float>(9, 2 * 19 + 1), 3000.0f, 1e-3);
-    EXPECT_NEAR(rig.at<float>(10, 2 * 7), rig.at<float>(9, 2 * 7) + 8.0f, 1e-3);
-    EXPECT_NEAR(rig.at<float>(2, 2 * 7 + 1), 500.0f + 3.0f, 1e-3);
-}
-
 TEST(GpuTransform, OisScaleIsNotApplied) {
     GpuFrame frame;
     frame.rotAngle = 30.0f;
@@ -342,22 +329,6 @@ TEST(GpuTransform, ResizeFactorsUseIntegerSizes) {
     }
 }
 
-TEST(GpuTransform, WarpGridByVectorTakesVectorsInInputLayout) {
-    const float mesh[] = {0, 0, 10, 0, 0, 10, 10, 10};
-    const float vectors[] = {1, 2, 3, 4, 5, 6, 7, 8};
-    struct Case {
-        int gridW;
-        float expected[8];
-    } cases[] = {{1, {1, 2, 11, 2, 3, 14, 13, 14}},    // rows (1, 2) and (3, 4), each for both columns
-                 {2, {1, 2, 13, 4, 5, 16, 17, 18}}};  // one vector per node
-    for (const Case& c : cases) {
-        VectWarpMapTrans trans(c.gridW, 2);
-        float out[8];
-        trans.warpGridByVector(out, const_cast<float*>(mesh), const_cast<float*>(vectors));
-        for (int i = 0; i < 8; ++i) EXPECT_EQ(out[i], c.expected[i]) << "gridW " << c.gridW << " value " << i;
-    }
-}
-
 TEST(GpuTransform, ResizeVectorScalesInFloat) {
     VectWarpMapTrans trans(4, 4);
     float vec[] = {3.0f, 6.0f, -9.0f, 12.0f, 0.5f, 30.0f};
@@ -372,91 +343,53 @@ TEST(GpuTransform, ResizeVectorScalesInFloat) {
 struct Refusal {
     const char* name;
     const char* needle;  // part of the one log line
-    // Builds the transformer state; returns the frame to run.
-    void (*prepare)(GpuFrame& frame, VectWarpMapTrans*& trans, std::vector<unsigned char>& memory, double*& x,
-                    double*& y);
+    int gridW, gridH;
+    int warpW, warpH;           // 0: the per-frame constructor, else the fixed-size one (OIS off)
+    bool carve, nullX, nullY;
+    int frameW, frameH;         // 0: no per-frame size update, else the content size of one
 };
 
-void carveFor(VectWarpMapTrans& trans, std::vector<unsigned char>& memory) {
-    memory.assign(size_t(trans.getWorkingBufferSize()) + kGuard, kFill);
-    trans.setWorkingBuffer(reinterpret_cast<char*>(memory.data()));
-}
-
 const Refusal kRefusals[] = {
-    {"NoWorkingBuffer", "no working buffer",
-     [](GpuFrame& f, VectWarpMapTrans*& t, std::vector<unsigned char>&, double*&, double*&) {
-         t = new VectWarpMapTrans(f.vectW, f.vectH, 1);
-     }},
-    {"NullX", "NULL",
-     [](GpuFrame& f, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*& x, double*&) {
-         t = new VectWarpMapTrans(f.vectW, f.vectH, 1);
-         carveFor(*t, m);
-         x = nullptr;
-     }},
-    {"NullY", "NULL",
-     [](GpuFrame& f, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*&, double*& y) {
-         t = new VectWarpMapTrans(f.vectW, f.vectH, 1);
-         carveFor(*t, m);
-         y = nullptr;
-     }},
-    {"OneRowMesh", "too small",
-     [](GpuFrame&, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*&, double*&) {
-         t = new VectWarpMapTrans(5, 1, 1);
-         carveFor(*t, m);
-     }},
-    {"OneColumnContent", "too small",
-     [](GpuFrame& f, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*&, double*&) {
-         t = new VectWarpMapTrans(f.vectW, f.vectH, 1);
-         carveFor(*t, m);
-         f.contentW = 1;
-         t->updateVectSize(f.input());
-     }},
-    {"ContentBeyondCarve", "carved",
-     [](GpuFrame& f, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*&, double*&) {
-         t = new VectWarpMapTrans(f.vectW, f.vectH, 1);  // content 8 x 8
-         carveFor(*t, m);
-         f.contentW = f.contentH = 12;
-         t->updateVectSize(f.input());
-     }},
-    {"MeshVectorsBeyondArray21", "working array 21 needs 288 bytes, 128 carved",
-     [](GpuFrame&, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*&, double*&) {
-         double offset[2] = {0, 0};
-         t = new VectWarpMapTrans(6, 6, 4, 4, offset);  // mesh 6 x 6 on a 4 x 4 content carve
-         carveFor(*t, m);
-     }},
-    {"MeshDisagreesWithVectorGrid", "gridIn(8, 3)",
-     [](GpuFrame& f, VectWarpMapTrans*& t, std::vector<unsigned char>& m, double*&, double*&) {
-         double offset[2] = {0, 0};
-         t = new VectWarpMapTrans(8, 3, 4, 4, offset);
-         carveFor(*t, m);
-         // OIS off keeps the 8-wide vector rows under a 2 x 3 mesh: rows
-         // would be read up to vector 1 + 2 x 8 = 17, past array 21's 16.
-         f.contentW = 2;
-         f.contentH = 3;
-         t->updateVectSize(f.input());
-     }},
+    {"NoWorkingBuffer", "no working buffer", 5, 4, 0, 0, false, false, false, 0, 0},
+    {"NullX", "NULL", 5, 4, 0, 0, true, true, false, 0, 0},
+    {"NullY", "NULL", 5, 4, 0, 0, true, false, true, 0, 0},
+    {"OneRowMesh", "too small", 5, 1, 0, 0, true, false, false, 0, 0},
+    {"OneColumnContent", "too small", 5, 4, 0, 0, true, false, false, 1, 8},
+    {"ContentBeyondCarve", "carved", 5, 4, 0, 0, true, false, false, 12, 12},  // carved for 8 x 8
+    // Mesh 6 x 6 on a 4 x 4 content carve: 36 vectors in array 21's 16.
+    {"MeshVectorsBeyondArray21", "working array 21 needs 288 bytes, 128 carved", 6, 6, 4, 4, true, false, false,
+     0, 0},
+    // OIS off keeps the 8-wide vector rows under a 2 x 3 mesh: rows would be
+    // read up to vector 1 + 2 x 8 = 17, past array 21's 16.
+    {"MeshDisagreesWithVectorGrid", "gridIn(8, 3)", 8, 3, 4, 4, true, false, false, 2, 3},
 };
 
 class GpuTransformRefusal : public ::testing::TestWithParam<Refusal> {};
 
 TEST_P(GpuTransformRefusal, LogsOneLineAndWritesNothing) {
+    const Refusal& r = GetParam();
     GpuFrame frame;
     frame.constantVectors(1.0, 1.0);
-    VectWarpMapTrans* trans = nullptr;
-    std::vector<unsigned char> memory;
-    double* x = frame.x.data();
-    double* y = frame.y.data();
-    GetParam().prepare(frame, trans, memory, x, y);
+    double offset[2] = {0.0, 0.0};
+    VectWarpMapTrans trans = r.warpW == 0 ? VectWarpMapTrans(r.gridW, r.gridH, 1)
+                                          : VectWarpMapTrans(r.gridW, r.gridH, r.warpW, r.warpH, offset);
+    std::vector<unsigned char> memory(size_t(trans.getWorkingBufferSize()) + kGuard, kFill);
+    if (r.carve) trans.setWorkingBuffer(reinterpret_cast<char*>(memory.data()));
+    if (r.frameW != 0) {
+        frame.contentW = r.frameW;
+        frame.contentH = r.frameH;
+        trans.updateVectSize(frame.input());
+    }
     const std::vector<unsigned char> before = memory;
 
     LogCapture log;
-    trans->transformVectToWarpMap_gpu(x, y, frame.desc(), frame.grid());
+    trans.transformVectToWarpMap_gpu(r.nullX ? nullptr : frame.x.data(), r.nullY ? nullptr : frame.y.data(),
+                                     frame.desc(), frame.grid());
     ASSERT_EQ(log.lines().size(), 1u);
     EXPECT_EQ(log.lines()[0].tag, "OISWarpMap");
     EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][transformVectToWarpMap_gpu] ", 0), 0u) << log.lines()[0].text;
-    EXPECT_NE(log.lines()[0].text.find(GetParam().needle), std::string::npos) << log.lines()[0].text;
+    EXPECT_NE(log.lines()[0].text.find(r.needle), std::string::npos) << log.lines()[0].text;
     EXPECT_TRUE(memory == before);
-    delete trans;
 }
 
 INSTANTIATE_TEST_SUITE_P(BadInput, GpuTransformRefusal, ::testing::ValuesIn(kRefusals),
