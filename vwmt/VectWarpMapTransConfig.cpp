@@ -76,7 +76,7 @@ VectWarpMapTrans::VectWarpMapTrans(int gridInW, int gridInH)
     VELMO_LOG(kTag, "[VWMT][%s] Init VectWMTrans gridInW(%d), gridInH(%d)\n", kCtor, gridInW_, gridInH_);
     initOisOnSizes();
     isOisOn_ = 0;
-    clearWorkingArrays();
+    resetConstructedState();
     readLogLevel();
     VELMO_LOG(kTag, "[VWMT][%s] logLevel: %d\n", kCtor, VWMT::logLevel);
 }
@@ -97,7 +97,7 @@ VectWarpMapTrans::VectWarpMapTrans(int gridInW, int gridInH, int isOisOn)
         VELMO_LOG(kTag, "[VWMT][%s] Init VectWMTrans buffer_w(%d), buffer_h(%d), content_w(%d), content_h(%d),\n",
                   kCtor, bufferW_, bufferH_, contentW_, contentH_);
     }
-    clearWorkingArrays();
+    resetConstructedState();
     readLogLevel();
     VELMO_LOG(kTag, "[VWMT][%s] logLevel: %d, isOisOn: %d\n", kCtor, VWMT::logLevel, isOisOn_);
     readOisScales();
@@ -153,12 +153,19 @@ void VectWarpMapTrans::initWithOffset(const double* vectOffset) {
     vectOffset_[1] = static_cast<float>(offsetY);
     arena_ = new VWMT::MemoryManager(kArenaBytes, nullptr, 0, 0, meshW_, gridInH_, 0, 0, 0, 0, 0, 0);
     isOisOn_ = 0;
+    resetConstructedState();
+}
+
+// The crop-and-resize estimate is written per frame before it is read; it
+// starts at zero so that nothing reads indeterminate values.
+void VectWarpMapTrans::resetConstructedState() {
+    descriptor_ = nullptr;
+    reserved_ = 0;
+    std::fill(cropResize_, cropResize_ + 6, 0.0f);
     clearWorkingArrays();
 }
 
 void VectWarpMapTrans::clearWorkingArrays() {
-    descriptor_ = nullptr;
-    reserved_ = 0;
     for (int k = 0; k < kWorkingArrays; ++k) {
         work_[k] = nullptr;
         carvedBytes_[k] = 0;

@@ -131,6 +131,7 @@ private:
 
     void initOisOnSizes();
     void initWithOffset(const double* vectOffset);
+    void resetConstructedState();
     void clearWorkingArrays();
     // Byte size of every working array for the current member sizes, by
     // array number; false when a size product does not fit 32 bits or a size
