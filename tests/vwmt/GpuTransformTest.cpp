@@ -25,9 +25,12 @@ std::atomic<bool> gCountAllocations{false};
 std::atomic<int> gAllocations{0};
 
 // Out of line, so that the compiler does not pair operator new with free.
-[[gnu::noinline]] void* countedAllocation(std::size_t size) {
+[[gnu::noinline]] void* countedAllocation(std::size_t size, const std::nothrow_t&) noexcept {
     if (gCountAllocations) ++gAllocations;
-    if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
+    return std::malloc(size == 0 ? 1 : size);
+}
+void* countedAllocation(std::size_t size) {
+    if (void* p = countedAllocation(size, std::nothrow)) return p;
     throw std::bad_alloc();
 }
 [[gnu::noinline]] void release(void* p) noexcept { std::free(p); }
@@ -36,10 +39,14 @@ std::atomic<int> gAllocations{0};
 
 void* operator new(std::size_t size) { return countedAllocation(size); }
 void* operator new[](std::size_t size) { return countedAllocation(size); }
+void* operator new(std::size_t size, const std::nothrow_t& tag) noexcept { return countedAllocation(size, tag); }
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return countedAllocation(size, tag); }
 void operator delete(void* p) noexcept { release(p); }
 void operator delete[](void* p) noexcept { release(p); }
 void operator delete(void* p, std::size_t) noexcept { release(p); }
 void operator delete[](void* p, std::size_t) noexcept { release(p); }
+void operator delete(void* p, const std::nothrow_t&) noexcept { release(p); }
+void operator delete[](void* p, const std::nothrow_t&) noexcept { release(p); }
 
 namespace {
 
