@@ -21,6 +21,14 @@ bool gCounting = false;
 
 }  // namespace
 
+// AddressSanitizer brings its own allocator, whose array forms would meet
+// these replacements halfway; under it the count is not taken.
+#if !defined(__SANITIZE_ADDRESS__)
+#define VELMO_COUNT_ALLOCATIONS 1
+// The replacements pair malloc with free themselves; GCC cannot see that
+// through inlined new-expressions and would flag every delete.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 void* operator new(std::size_t bytes) {
     if (gCounting) ++gAllocations;
     if (void* p = std::malloc(bytes ? bytes : 1)) return p;
@@ -31,6 +39,8 @@ void operator delete(void* p) noexcept { std::free(p); }
 void operator delete[](void* p) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t) noexcept { std::free(p); }
 void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+#pragma GCC diagnostic pop
+#endif
 
 namespace {
 
@@ -217,6 +227,9 @@ TEST_F(ForwardTransform, NonFiniteVectorsFinishInsideTheBuffers) {
 }
 
 TEST_F(ForwardTransform, FramesMakeNoHeapAllocation) {
+#if !defined(VELMO_COUNT_ALLOCATIONS)
+    GTEST_SKIP() << "allocations are counted without AddressSanitizer only";
+#endif
     for (int dir : {0, 1, 2}) {
         for (float angle : {0.0f, 90.0f, 45.0f}) {
             TransformRig rig(4, 4, 6, 6, VWMT_DIRECTION(dir), angle);
