@@ -339,10 +339,33 @@ TEST(GpuTransform, ResizeFactorsUseIntegerSizes) {
 TEST(GpuTransform, ResizeVectorScalesInFloat) {
     VectWarpMapTrans trans(4, 4);
     float vec[] = {3.0f, 6.0f, -9.0f, 12.0f, 0.5f, 30.0f};
-    trans.resizeVectorWithImageResizing(vec, 2, 3, 4, 1, 6);
+    trans.resizeVectorWithImageResizing(vec, 1, 3, 4, 1, 6);
+    trans.resizeVectorWithImageResizing(vec + 2, 1, 3, 4, 1, 6);
     const float third = 1.0f / 3.0f, oneAndHalf = 1.5f;
     const float expected[] = {3.0f * third, 6.0f * oneAndHalf, -9.0f * third, 12.0f * oneAndHalf, 0.5f, 30.0f};
     for (int i = 0; i < 6; ++i) EXPECT_EQ(vec[i], expected[i]) << i;
+}
+
+// Helpers called on their own refuse what they cannot do safely.
+TEST(GpuTransform, HelpersRefuseWithOneLine) {
+    VectWarpMapTrans trans(1, 4, 1);  // one vector column: a 2 x 4 mesh, 4 x 4 content
+    std::vector<unsigned char> memory(size_t(trans.getWorkingBufferSize()), kFill);
+    trans.setWorkingBuffer(reinterpret_cast<char*>(memory.data()));
+    std::vector<float> points(2 * 16, 1.0f);
+    std::vector<int> planes(16, 7);
+    const GpuFrame frame;
+    LogCapture log;
+    // No vertices: the table-free walk has no mesh to search.
+    trans.warpMapTransformation_byMesh(planes.data(), planes.data(), nullptr, points.data(), points.data(), nullptr,
+                                       100, 100, frame.grid());
+    // Nine mesh rows need more weight records than the four rows carved.
+    trans.vectorTransformation_OutputSize(points.data(), points.data(), 2, 9, frame.desc());
+    ASSERT_EQ(log.lines().size(), 2u);
+    EXPECT_NE(log.lines()[0].text.find("[VWMT][warpMapTransformation_byMesh] Error: "), std::string::npos);
+    EXPECT_NE(log.lines()[1].text.find("working array 22 needs 144 bytes, 128 carved"), std::string::npos);
+    EXPECT_EQ(planes, std::vector<int>(16, 7));
+    EXPECT_EQ(points, std::vector<float>(2 * 16, 1.0f));
+    EXPECT_TRUE(std::all_of(memory.begin(), memory.end(), [](unsigned char b) { return b == kFill; }));
 }
 
 // ---- refusals: one log line, nothing written --------------------------------------------------
