@@ -101,6 +101,8 @@ TEST_F(BackwardTransform, OtherAnglesTurnThePixelCentres) {
             EXPECT_EQ(gx[k], fixed(200.5 + c * dx + s * dy - 0.5)) << angle << " node " << k;
             EXPECT_EQ(gy[k], fixed(200.5 + c * dy - s * dx - 0.5)) << angle << " node " << k;
         }
+        // The turned map is left in array 6 and copied over the queries of array 5.
+        EXPECT_EQ(rig.read<float>(5, 50), rig.read<float>(6, 50)) << angle;
     }
 }
 
@@ -108,17 +110,20 @@ TEST_F(BackwardTransform, PaddingCentresTheSourceInTheRotatedCanvas) {
     // dir 1 without resize keeps the rotated size: the canvas is (rot - src) / 2
     // wider on each side, truncated toward zero (41 / 2 = 20, -41 / 2 = -20).
     struct Case {
-        int rotW;
-        double step, pad;
-    } const cases[] = {{442, 147.0, 20.0}, {360, 359.0 / 3, -20.0}, {401, 400.0 / 3, 0.0}};
+        int rotW, rotH;
+        double stepX, padX, stepY, padY;
+    } const cases[] = {{442, 301, 147.0, 20.0, 150.0, 0.0},
+                       {360, 301, 359.0 / 3, -20.0, 150.0, 0.0},
+                       {401, 301, 400.0 / 3, 0.0, 150.0, 0.0},
+                       {401, 336, 400.0 / 3, 0.0, 167.5, 17.0}};
     for (const auto& c : cases) {
         TransformRig rig(3, 3, 4, 3, VWMT_DIRECTION_BACKWARD_VERTICAL, 0.0f);
-        rig.backward(frameGeometry({0, 0, 0, 0}, {401, 301}), sourceAndRotated({401, 301}, {c.rotW, 301}, 0.0f),
-                     VWMT_DIRECTION_BACKWARD_VERTICAL);
+        rig.backward(frameGeometry({0, 0, 0, 0}, {401, 301}),
+                     sourceAndRotated({401, 301}, {c.rotW, c.rotH}, 0.0f), VWMT_DIRECTION_BACKWARD_VERTICAL);
         const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
         for (int k = 0; k < 12; ++k) {
-            EXPECT_EQ(gx[k], fixed(c.step * (k % 4) - c.pad)) << c.rotW << " node " << k;
-            EXPECT_EQ(gy[k], fixed(150.0 * (k / 4))) << c.rotW << " node " << k;
+            EXPECT_EQ(gx[k], fixed(c.stepX * (k % 4) - c.padX)) << c.rotW << "x" << c.rotH << " node " << k;
+            EXPECT_EQ(gy[k], fixed(c.stepY * (k / 4) - c.padY)) << c.rotW << "x" << c.rotH << " node " << k;
         }
     }
 }
@@ -164,6 +169,13 @@ TEST_F(BackwardTransform, PaddingRefusesAGridLargerThanTheContentTriangles) {
     std::vector<float> vertices(2 * 100, 0.0f), values(2 * 100, 1.0f), grid(2 * 100), out(2 * 100);
     logs_.clear();
     rig.trans().paddingWarpGridOpt(vertices.data(), values.data(), grid.data(), out.data(), 10, 10,
+                                   frameGeometry({0, 0, 0, 0}, {401, 301}),
+                                   sourceAndRotated({401, 301}, {401, 301}, 0.0f));
+    EXPECT_EQ(logs_.lines().size(), 1u);
+    EXPECT_EQ(values[0], 1.0f);
+    // One column more than the content's triangles cover is refused as well.
+    logs_.clear();
+    rig.trans().paddingWarpGridOpt(vertices.data(), values.data(), grid.data(), out.data(), 5, 4,
                                    frameGeometry({0, 0, 0, 0}, {401, 301}),
                                    sourceAndRotated({401, 301}, {401, 301}, 0.0f));
     EXPECT_EQ(logs_.lines().size(), 1u);

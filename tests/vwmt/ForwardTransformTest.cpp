@@ -134,6 +134,113 @@ TEST_F(ForwardTransform, OneColumnRowsTakeTheirOwnVector) {
     }
 }
 
+TEST_F(ForwardTransform, VectorGradientIsReadWhereTheCropLiesOnTheSensor) {
+    // vx = 5 per vector column, vy = 10 per vector row: on the 4000 x 3000
+    // fixed-up sensor vx(x) = x / 400 and vy(y) = y / 150. The P1 crop at
+    // (1000, 500) sits at (1040, 530) behind the tg crop's offset, so P1 pixel
+    // u lies on the sensor at 1040 + u / sX, and moves by sX x 0.88 x vx there.
+    TransformRig rig(3, 3, 5, 5, VWMT_DIRECTION_FORWARD, 0.0f);
+    for (int k = 0; k < 9; ++k) {
+        rig.x()[k] = 5.0 * (k % 3);
+        rig.y()[k] = 10.0 * (k / 3);
+    }
+    rig.forward(frameGeometry({1000, 500, 2000, 1500}, {640, 480}), rotatedTo(2001, 1501, 0.0f));
+    const double sX = 2001.0 / 2000, sY = 1501.0 / 1500, scale = double(0.88f);
+    const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
+    for (int k = 0; k < 25; ++k) {
+        const double u = (k % 5) * 500.0 + 0.5, v = (k / 5) * 375.0 + 0.5;  // pixel centres read
+        EXPECT_EQ(gx[k], fixed(u - 0.5 + sX * scale * (1040.0 + u / sX) / 400.0)) << k;
+        EXPECT_EQ(gy[k], fixed(v - 0.5 + sY * scale * (530.0 + v / sY) / 150.0)) << k;
+    }
+}
+
+TEST_F(ForwardTransform, ConstructorOffsetMovesTheVectorsUnscaled) {
+    // The offset of the offset constructors is added after the OIS scale.
+    double offset[2] = {2.0, -1.0};
+    for (int vectW : {3, 1}) {
+        VectWarpMapTrans trans(vectW, 3, offset);
+        VWMTInput in{};
+        in.gridParam.content_w = vectW == 1 ? 2 : 3;  // OIS off: the mesh takes the content size
+        in.gridParam.content_h = 3;
+        in.gridParam.buffer_size = 3;
+        trans.updateVectSize(in);
+        std::vector<uint32_t> work(size_t(trans.getWorkingBufferSize()) / 4 + 1);
+        trans.setWorkingBuffer(reinterpret_cast<char*>(work.data()));
+        std::vector<double> x(size_t(vectW) * 3, 0.0), y(x.size(), 0.0);
+        trans.transformVectToWarpMap(x.data(), y.data(), frameGeometry({0, 0, 0, 0}, {640, 480}),
+                                     rotatedTo(2001, 1501, 0.0f));
+        const int cw = in.gridParam.content_w;
+        const velmo::testing::GridSizes sizes{vectW, 3, vectW == 1 ? 2 : 3, 3, cw, 3};
+        std::vector<int32_t> gx(size_t(cw) * 3), gy(gx.size());
+        const char* base = reinterpret_cast<const char*>(work.data());
+        std::memcpy(gx.data(), base + velmo::testing::workingOffset(sizes, 18), gx.size() * 4);
+        std::memcpy(gy.data(), base + velmo::testing::workingOffset(sizes, 19), gy.size() * 4);
+        for (int k = 0; k < cw * 3; ++k) {
+            EXPECT_EQ(gx[k], fixed((k % cw) * 2000.0 / (cw - 1) + 2.0 * 2001 / 4000)) << vectW << " " << k;
+            EXPECT_EQ(gy[k], fixed((k / cw) * 750.0 - 1.0 * 1501 / 3000)) << vectW << " " << k;
+        }
+    }
+}
+
+TEST_F(ForwardTransform, RotationHelperTurnsTheGridInPlace) {
+    // Nodes every 100 pixels of a 200 x 200 source, turned 90 degrees about
+    // (100, 100): (x, y) -> (y, 200 - x). Guards after each array catch
+    // writes past the content grid.
+    TransformRig rig(3, 3, 3, 3, VWMT_DIRECTION_FORWARD, 90.0f);
+    rig.write(13, std::vector<int>{0, 3, 1, 1, 3, 4, 1, 4, 2, 2, 4, 5, 3, 6, 4, 4, 6, 7, 4, 7, 5, 5, 7, 8});
+    const float guard = -12345.0f;
+    std::vector<float> nodes, rotated(22, guard), scratch(22, guard);
+    for (int k = 0; k < 9; ++k) {
+        nodes.push_back(100.0f * (k % 3));
+        nodes.push_back(100.0f * (k / 3));
+    }
+    std::vector<float> grid = nodes;
+    grid.insert(grid.end(), 4, guard);
+    GridFromOisParam g{};
+    g.srcImg.size = {200, 200};
+    g.rotAngle = 90.0f;
+    rig.trans().genRotateGridXYByMeshInterPolation(nodes.data(), rotated.data(), grid.data(), scratch.data(), g);
+    for (int k = 0; k < 9; ++k) {
+        EXPECT_NEAR(grid[2 * k], nodes[2 * k + 1], 1e-3) << k;
+        EXPECT_NEAR(grid[2 * k + 1], 200.0f - nodes[2 * k], 1e-3) << k;
+        EXPECT_NEAR(rotated[2 * k], nodes[2 * k + 1], 1e-3) << k;
+    }
+    for (int k = 18; k < 22; ++k) {
+        EXPECT_EQ(grid[k], guard);
+        EXPECT_EQ(rotated[k], guard);
+        EXPECT_EQ(scratch[k], guard);
+    }
+}
+
+TEST_F(ForwardTransform, ArraysOutsideTheStepsStayUntouched) {
+    // Content 6 x 6 has more triangles than the 3 x 3 mesh, so nothing spills
+    // into arrays 14 to 16; the backward transform alone uses arrays 3 and 4,
+    // and a full vector grid needs none of arrays 20 to 24.
+    struct Case {
+        VWMT_DIRECTION dir;
+        std::vector<int> untouched;
+    } const cases[] = {{VWMT_DIRECTION_FORWARD, {3, 4, 14, 15, 16, 20, 21, 22, 23, 24}},
+                       {VWMT_DIRECTION_BACKWARD, {14, 15, 16, 20, 21, 22, 23, 24}}};
+    for (const Case& c : cases) {
+        TransformRig rig(3, 3, 6, 6, c.dir, 0.0f);
+        std::memset(rig.buffer(), 0x7F, rig.bufferBytes());
+        rig.x().assign(9, 1.5);
+        const ImgSizeDescription d = frameGeometry({0, 0, 0, 0}, {640, 480});
+        GridFromOisParam g = rotatedTo(640, 480, 0.0f);
+        g.srcImg.size = {640, 480};
+        if (c.dir == VWMT_DIRECTION_FORWARD)
+            rig.forward(d, g);
+        else
+            rig.backward(d, g, c.dir);
+        for (int array : c.untouched) {
+            size_t bytes = 0;
+            velmo::testing::workingOffset(rig.sizes(), array, &bytes);
+            for (uint8_t b : rig.read<uint8_t>(array, bytes)) ASSERT_EQ(b, 0x7F) << "array " << array;
+        }
+        EXPECT_NE(rig.read<uint8_t>(18, 1)[0], 0x7F);
+    }
+}
+
 TEST_F(ForwardTransform, QuarterTurnMapsColumnsOntoRows) {
     // Square 401 x 401 image, nodes every 100 pixels: at 90 degrees node (i, j)
     // reads the source at (100 j, 400 - 100 i); at 180 at (400 - 100 i, 400 - 100 j).

@@ -272,6 +272,7 @@ TEST_F(VectorScaling, ColumnResampledOverTheCrop) {
         // Samples at 0, 3, 6, 10 (truncated); queries at 0, 1, 2, 3.
         {"truncated positions", 4, 10, 0, 3, {0, 0, 3, 30, 6, 60, 10, 100}, {0, 0, 1, 10, 2, 20, 3, 30}},
         {"outside clamps", 2, 100, -50, 300, {1, 2, 5, 6}, {1, 2, 5, 6}},
+        {"two vectors, inner quarter", 2, 100, 25, 50, {0, 0, 100, 200}, {25, 50, 75, 150}},
     };
     for (const Case& c : cases) {
         TransformRig rig(1, c.n, 4, 4, VWMT_DIRECTION_FORWARD, 0.0f);

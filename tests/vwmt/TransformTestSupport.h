@@ -21,8 +21,8 @@ struct GridSizes {
 };
 
 // Byte offset of working array `array` when carved back to back in the
-// documented order with the documented sizes.
-inline size_t workingOffset(const GridSizes& s, int array) {
+// documented order with the documented sizes; with `bytes`, also its size.
+inline size_t workingOffset(const GridSizes& s, int array, size_t* bytes = nullptr) {
     const int64_t g = int64_t{s.gridW} * s.gridH, m = int64_t{s.meshW} * s.meshH;
     const int64_t c = int64_t{s.contentW} * s.contentH;
     const int64_t cells = int64_t{s.contentW - 1} * (s.contentH - 1), rows = s.meshH;
@@ -33,7 +33,10 @@ inline size_t workingOffset(const GridSizes& s, int array) {
         {19, 4 * c},  {9, 8 * m},  {10, 8 * m},   {11, 8 * m},    {12, 8 * m}};
     int64_t at = 0;
     for (const auto& entry : order) {
-        if (entry.first == array) return static_cast<size_t>(at);
+        if (entry.first == array) {
+            if (bytes != nullptr) *bytes = static_cast<size_t>(entry.second);
+            return static_cast<size_t>(at);
+        }
         at += entry.second;
     }
     return static_cast<size_t>(at);
