@@ -233,6 +233,40 @@ TEST(OisFrame, MeshTrianglesMaySpillIntoUnreadArrays) {
     expectBlock(f.planes, 4, 4, "spill");
 }
 
+// Two nodes each way is the smallest grid; a one-column vector grid becomes a
+// two-column mesh. No shake: the corners of the 640 x 480 image.
+TEST(OisFrame, SmallestGridsAreAccepted) {
+    const int vectorGrids[][2] = {{2, 2}, {1, 2}, {2, 3}};
+    for (const auto& v : vectorGrids) {
+        Frame f(v[0], v[1], 1, 2);
+        f.in.gridParam.content_w = f.in.gridParam.content_h = 2;
+        f.geometry(640, 480, 640, 480, 0.0f, VWMT_DIRECTION_FORWARD);
+        f.carve();
+        f.run();
+        EXPECT_TRUE(errors(f.log).empty()) << v[0] << " x " << v[1];
+        EXPECT_EQ(f.planes.x, (std::vector<int32_t>{0, 20448, 0, 20448})) << v[0] << " x " << v[1];
+        EXPECT_EQ(f.planes.y, (std::vector<int32_t>{0, 0, 15328, 15328})) << v[0] << " x " << v[1];
+    }
+}
+
+// Carved for a 2 x 2 content, arrays 13 to 16 hold 24 + 16 M bytes: a 6 x 6
+// mesh needs 25 cells x 24 = 600 of 600; a 7 x 7 mesh 864 of 808.
+TEST(OisFrame, MeshTriangleSpillStopsAtArray16) {
+    struct Case {
+        int mesh;
+        bool accepted;
+    } cases[] = {{6, true}, {7, false}};
+    for (const Case& c : cases) {
+        Frame f(c.mesh, c.mesh, 1, 2);
+        f.in.gridParam.content_w = f.in.gridParam.content_h = 2;
+        f.geometry(640, 480, 640, 480, 0.0f, VWMT_DIRECTION_FORWARD);
+        f.carve();
+        f.run();
+        EXPECT_EQ(errors(f.log).empty(), c.accepted) << c.mesh;
+        EXPECT_EQ(f.planes.untouched(), !c.accepted) << c.mesh;
+    }
+}
+
 TEST(OisFrame, BadFramesAreRefusedWithOneLineAndNoWrite) {
     struct Case {
         const char* name;
@@ -385,19 +419,20 @@ TEST(OisFrameDump, PrintsIntegerPartsOfTheCallersVectors) {
     expectBlock(f.planes, 2, 2, "dump");
 }
 
-// "inOisX: " and 817 times "1000," fill 4093 bytes; the 818th value leaves
-// "10" and the 4096th byte for the terminator; each of the 83 values after it
-// reports an overflow, for both planes.
+// "inOisX: 70," and 816 times "1000," fill 4091 bytes; the next value fits
+// but for its comma (cut: the 4096th byte holds the terminator), and it and
+// each of the 82 values after it report an overflow, for both planes.
 TEST(OisFrameDump, LongDumpIsCutAtTheBufferEnd) {
     Frame f(30, 30, 0, 4);
     f.in = makeInput(30, 30, VWMT_DIRECTION_BACKWARD, 2, 2, 4, 0.0f);
     f.fillVectors(1000.0, 1000.0);
+    f.vx[0] = f.vy[0] = 70.0;
     f.in.inOisX = f.vx.data();
     f.in.inOisY = f.vy.data();
     VWMT::logLevel = 1;
     f.run();
-    std::string body;
-    for (int i = 0; i < 817; ++i) body += "1000,";
+    std::string body = "70,";
+    for (int i = 0; i < 816; ++i) body += "1000,";
     int overflows = 0;
     std::string xLine;
     for (const std::string& t : f.log.texts()) {
@@ -405,7 +440,7 @@ TEST(OisFrameDump, LongDumpIsCutAtTheBufferEnd) {
         if (t.rfind("[VWMT][oisVecToGrid]inOisX: ", 0) == 0) xLine = t;
     }
     EXPECT_EQ(overflows, 2 * 83);
-    EXPECT_EQ(xLine, "[VWMT][oisVecToGrid]inOisX: " + body + "10\n");
+    EXPECT_EQ(xLine, "[VWMT][oisVecToGrid]inOisX: " + body + "1000\n");
     EXPECT_EQ(std::strlen(tempStrY), 4095u);
 }
 
