@@ -20,3 +20,4 @@
 #include "vwmt/core/GridBuffer.h"
 #include "vwmt/core/MeshGridUtility.h"
 #include "vwmt/core/MeshInterpolator.h"
+#include "vwmt/CombWarpMapTrans.h"
