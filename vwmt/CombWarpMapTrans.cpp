@@ -1,6 +1,7 @@
 #include "vwmt/CombWarpMapTrans.h"
 
 #include <cstdint>
+#include <new>
 
 #include "common/Numerics.h"
 #include "platform/Log.h"
@@ -37,10 +38,13 @@ bool hasPlanes(int** map) { return map != nullptr && map[0] != nullptr && map[1]
 
 CombWarpMapTrans::CombWarpMapTrans()
     : maxOisW_(kMaxOisW), maxOisH_(kMaxOisH), maxN3dW_(kMaxN3dW), maxN3dH_(kMaxN3dH),
-      arena_(new VWMT::MemoryManager(kArenaBytes, nullptr, 0, 0, kMaxOisW, kMaxOisH, 0, 0, 0, 0, 0, 0)),
+      arena_(new (std::nothrow)
+                 VWMT::MemoryManager(kArenaBytes, nullptr, 0, 0, kMaxOisW, kMaxOisH, 0, 0, 0, 0, 0, 0)),
       planeWork_(nullptr), resultX_(nullptr), resultY_(nullptr), meshXY_(nullptr),
       meshValues_(nullptr), queryXY_(nullptr), interpolated_(nullptr), triangles_(nullptr) {
-    arena_->printMemoryUsage("MB");
+    // Without an arena (out of memory) every merge is refused for want of
+    // the corner table.
+    if (arena_ != nullptr) arena_->printMemoryUsage("MB");
 }
 
 CombWarpMapTrans::~CombWarpMapTrans() {
@@ -88,6 +92,10 @@ void CombWarpMapTrans::mergeGrid(int** oisMap, int** n3dMap, OIS_INTERPOLATE_INF
     const char* const fn = "mergeGrid";
     if (resultX_ == nullptr) {
         VELMO_LOG(kLogTag, "[VWMT][%s] no working buffer set, nothing merged\n", fn);
+        return;
+    }
+    if (arena_ == nullptr || arena_->floatArray(49) == nullptr) {
+        VELMO_LOG(kLogTag, "[VWMT][%s] no arena for the triangle corners, nothing merged\n", fn);
         return;
     }
     if (info.oisW < 2 || info.oisH < 2 || info.oisW > maxOisW_ || info.oisH > maxOisH_) {

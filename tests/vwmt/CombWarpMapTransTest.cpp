@@ -44,6 +44,11 @@ void* operator new(size_t bytes) {
     throw std::bad_alloc();
 }
 void* operator new[](size_t bytes) { return operator new(bytes); }
+void* operator new(size_t bytes, const std::nothrow_t&) noexcept {
+    if (gCounting) ++gAllocations;
+    return std::malloc(bytes == 0 ? 1 : bytes);
+}
+void* operator new[](size_t bytes, const std::nothrow_t& tag) noexcept { return operator new(bytes, tag); }
 void operator delete(void* p) noexcept { std::free(p); }
 void operator delete[](void* p) noexcept { std::free(p); }
 void operator delete(void* p, size_t) noexcept { std::free(p); }
