@@ -438,6 +438,29 @@ TEST(CombWarpMapTransRefusal, MergeBeforeTheWorkingBufferIsRefused) {
     EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][mergeGrid] ", 0), 0u) << log.lines()[0].text;
 }
 
+// The corner table and the triangle list hold a 66 x 66 mesh at most.
+TEST(CombWarpMapTransRefusal, InterpolationOutsideTheMeshLimitsIsRefused) {
+    const int sizes[][4] = {{1, 5, 2, 2}, {5, 1, 2, 2}, {67, 5, 2, 2}, {5, 67, 2, 2}, {5, 5, -1, 2}, {5, 5, 2, -1}};
+    Merger m;
+    std::vector<float> mesh(2 * 67 * 67, 1.0f), values(2 * 67 * 67, 2.0f), queries(8, 3.0f);
+    for (const auto& s : sizes) {
+        std::vector<float> out(8, -7.0f);
+        LogCapture log;
+        m.comb.genQueriedGridXYByMeshInterpolation(mesh.data(), values.data(), queries.data(), out.data(), s[0],
+                                                   s[1], s[2], s[3]);
+        ASSERT_EQ(log.lines().size(), 1u) << s[0] << "x" << s[1] << " / " << s[2] << "x" << s[3];
+        EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][genQueriedGridXYByMeshInterpolation] ", 0), 0u);
+        EXPECT_EQ(out, std::vector<float>(8, -7.0f));
+    }
+    // The limits themselves are accepted.
+    std::vector<float> out(8, -7.0f);
+    LogCapture log;
+    m.comb.connectGridByTriangleMesh(reinterpret_cast<int*>(m.buffer.data()) + 4 * kQ, 66, 2);
+    m.comb.genQueriedGridXYByMeshInterpolation(mesh.data(), values.data(), queries.data(), out.data(), 66, 2, 2, 2);
+    EXPECT_TRUE(log.lines().empty());
+    EXPECT_EQ(out, std::vector<float>(8, 2.0f));
+}
+
 TEST(CombWarpMapTransRefusal, EmptyN3dGridDoesNothing) {
     Merger m;
     Map ois = shakenOis(100, 100, 3, 3);
