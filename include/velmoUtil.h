@@ -23,3 +23,4 @@
 #include "vwmt/OisWarpRecords.h"
 #include "vwmt/VectWarpMapTrans.h"
 #include "vwmt/BilinearInterpolation.h"
+#include "vwmt/CombWarpMapTrans.h"

@@ -40,7 +40,11 @@ set(required
   "VWMT::ProcWarpMap::fmtTrnasOfDataType(int*, float*, int)"
   "VWMT::transpose_image_clockwise(int*, int, int)"
   "VWMT::File_Bin::read("
-  "VWMT::CalibrationDataReader::read_meshVertXY(")
+  "VWMT::CalibrationDataReader::read_meshVertXY("
+  "CombWarpMapTrans::CombWarpMapTrans()"
+  "CombWarpMapTrans::mergeGrid(int**, int**, OIS_INTERPOLATE_INFO_STRUCT const&)"
+  "CombWarpMapTrans::getWorkingBufferSize()"
+  "CombWarpMapTrans::genQueriedGridXYByMeshInterpolation(")
 
 set(failures "")
 foreach(name IN LISTS required)

@@ -57,8 +57,15 @@ void MeshInterpolator::print_ref_MeshTriangleVertXY_In() {
 }
 
 void MeshInterpolator::interpolateByMesh(float* meshXY, float* values, float* queryXY, float* out) {
-    if (meshXY != nullptr) fill_ref_MeshTriangleVertXY_In(meshXY);
-    interpolateQueryVertices(values, queryXY, out);
+    if (meshXY == nullptr) {
+        interpolateQueryVertices(values, queryXY, out);
+        return;
+    }
+    fill_ref_MeshTriangleVertXY_In(meshXY);
+    velmo::mesh::interpolateRowsOfFilledTable(
+        velmo::mesh::RowsJob{shapeOf(*this), triangles_, nullptr, triVertXY_, queryW_, queryH_, values,
+                             queryXY, out},
+        meshXY);
 }
 
 void MeshInterpolator::interpolateQueryVertices(float* values, float* queryXY, float* out) {

@@ -879,6 +879,27 @@ void interpolateRows(const RowsJob& job) {
     interpolateRowsParallel(job);
 }
 
+void interpolateRowsOfFilledTable(const RowsJob& job, const float* meshXY) {
+    const int64_t queries = int64_t{job.queryW} * job.queryH;
+    const int64_t vertices = (int64_t{job.shape.cellsW} + 1) * (int64_t{job.shape.cellsH} + 1);
+    const int64_t cornerFloats = 6 * int64_t{job.shape.numTriangles};
+    // The triangle list is an int array; its bytes span as many floats as ints.
+    const float* list = reinterpret_cast<const float*>(job.triangles);
+    const bool readMesh = meshXY != nullptr && job.cornerTable != nullptr && queries > 0 &&
+                          job.shape.hasCells() &&
+                          !overlaps(job.cornerTable, cornerFloats, meshXY, 2 * vertices) &&
+                          !overlaps(job.out, 2 * queries, meshXY, 2 * vertices) &&
+                          !overlaps(job.out, 2 * queries, job.cornerTable, cornerFloats) &&
+                          !overlaps(job.out, 2 * queries, list, 3 * int64_t{job.shape.numTriangles});
+    if (!readMesh) {
+        interpolateRows(job);
+        return;
+    }
+    RowsJob throughMesh = job;
+    throughMesh.meshXY = meshXY;
+    interpolateRows(throughMesh);
+}
+
 }  // namespace mesh
 }  // namespace velmo
 #endif

@@ -30,6 +30,14 @@ void interpolateRowsSequential(const RowsJob& job);
 // (few rows, one column, or an output that overlaps an input).
 void interpolateRows(const RowsJob& job);
 
+// The loop of a job whose corner table was just filled from meshXY through
+// its triangle list. The table holds copies of the mesh's floats, so walking
+// with corners read from the mesh instead tests the same triangles with the
+// same bits, and lets the rows run in lockstep. That holds while the output
+// overwrites neither the mesh, the table nor the triangle list; otherwise
+// the table is read as usual.
+void interpolateRowsOfFilledTable(const RowsJob& job, const float* meshXY);
+
 // The row-parallel loop alone (no fallback decisions), for tests. Requires
 // job.queryW >= 2 and a mesh with cells.
 void interpolateRowsParallel(const RowsJob& job);

@@ -364,6 +364,87 @@ TEST(MeshRowsParallel, LockstepBatchesMatchSequentialOnEveryTarget) {
     std::printf("lockstep batches checked on %d targets\n", lockstepTargets);
 }
 
+// interpolateByMesh fills the corner table, then walks with corners read from
+// the mesh: it must give the table loop's bits on every target, for every
+// short row and width, folded meshes and other corner orders included.
+void expectByMeshMatchesTable(const TestMesh& mesh, int qw, int qh, const std::string& what) {
+    const std::vector<float> values = affineValues(mesh.xy, affineY, affineX);
+    const double W = mesh.xy[2 * (mesh.w - 1)], H = mesh.xy[2 * mesh.w * (mesh.h - 1) + 1];
+    std::vector<float> queries = makeQueries(qw, qh, -0.1 * W, 1.1 * W, -0.1 * H, 1.15 * H);
+    std::vector<float> xy = mesh.xy, vals = values;
+    std::vector<int> tris = mesh.tris;
+    MemoryManager arena(kArenaBytes, nullptr, 0, 0, mesh.w, mesh.h, 0, 0, 0, 0, 0, 0);
+    MeshInterpolator interp(&arena, 0, mesh.w, mesh.h, tris.data(), qw, qh);
+    std::vector<float> actual(queries.size(), -2.0f);
+    interp.interpolateByMesh(xy.data(), vals.data(), queries.data(), actual.data());
+
+    MemoryManager refArena(kArenaBytes, nullptr, 0, 0, mesh.w, mesh.h, 0, 0, 0, 0, 0, 0);
+    MeshInterpolator ref(&refArena, 0, mesh.w, mesh.h, tris.data(), qw, qh);
+    ref.fill_ref_MeshTriangleVertXY_In(xy.data());
+    std::vector<float> expected(queries.size(), -1.0f);
+    velmo::mesh::interpolateRowsSequential(
+        {{ref.searchLimit(), ref.cellsW(), ref.cellsH(), ref.numTriangles()}, tris.data(), nullptr,
+         ref.triangleVertexTable(), qw, qh, values.data(), queries.data(), expected.data()});
+    ASSERT_EQ(std::memcmp(expected.data(), actual.data(), expected.size() * sizeof(float)), 0)
+        << what << " query " << qw << " x " << qh;
+    const size_t tableFloats = 6 * static_cast<size_t>(ref.numTriangles());
+    ASSERT_EQ(std::memcmp(interp.triangleVertexTable(), ref.triangleVertexTable(), tableFloats * sizeof(float)), 0)
+        << what << ": corner table left unfilled";
+}
+
+TEST(MeshRowsParallel, InterpolateByMeshMatchesTheTableLoopOnEveryTarget) {
+    TestMesh rotated = makeMesh(7, 5, 400, 300, 1);
+    for (size_t t = 0; t < rotated.tris.size(); t += 3) {
+        std::rotate(rotated.tris.begin() + t, rotated.tris.begin() + t + 1, rotated.tris.begin() + t + 3);
+    }
+    const TestMesh meshes[] = {makeMesh(5, 5, 1919, 1079, 0), makeMesh(9, 6, 300, 200, 1),
+                               makeMesh(10, 7, 200, 150, 2, 0.9, 5), rotated};
+    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        const int lanes = velmo::mesh::parallelLanes();
+        const int rowCounts[] = {1, 2, lanes - 1, lanes, lanes + 1, 6 * lanes + 3};
+        for (const TestMesh& mesh : meshes) {
+            for (int qh : rowCounts) {
+                if (qh < 1) continue;
+                for (int qw = 1; qw <= 2 * lanes + 3; qw += (qw < 6 ? 1 : 7)) {
+                    expectByMeshMatchesTable(mesh, qw, qh,
+                                             std::string(hwy::TargetName(target)) + " mesh " +
+                                                 std::to_string(mesh.w) + "x" + std::to_string(mesh.h));
+                }
+            }
+        }
+    }
+    hwy::SetSupportedTargetsForTest(0);
+}
+
+// An output written over the mesh positions changes the corners that later
+// queries would read from the mesh, but not the table filled beforehand.
+TEST(MeshRowsParallel, InterpolateByMeshOverItsOwnMeshStillReadsTheTable) {
+    const TestMesh mesh = makeMesh(6, 5, 200, 150, 1);
+    const int qw = 9, qh = 40;
+    const std::vector<float> values = affineValues(mesh.xy, affineY, affineX);
+    const std::vector<float> queries = makeQueries(qw, qh, 0, 200, 0, 150);
+    auto run = [&](bool byMesh) {
+        std::vector<float> block(2 * qw * qh, 0.0f);
+        std::copy(mesh.xy.begin(), mesh.xy.end(), block.begin());
+        std::vector<int> tris = mesh.tris;
+        MemoryManager arena(kArenaBytes, nullptr, 0, 0, mesh.w, mesh.h, 0, 0, 0, 0, 0, 0);
+        MeshInterpolator interp(&arena, 0, mesh.w, mesh.h, tris.data(), qw, qh);
+        if (byMesh) {
+            interp.interpolateByMesh(block.data(), const_cast<float*>(values.data()),
+                                     const_cast<float*>(queries.data()), block.data());
+        } else {
+            interp.fill_ref_MeshTriangleVertXY_In(block.data());
+            velmo::mesh::interpolateRowsSequential(
+                {{interp.searchLimit(), interp.cellsW(), interp.cellsH(), interp.numTriangles()},
+                 tris.data(), nullptr, interp.triangleVertexTable(), qw, qh, values.data(),
+                 queries.data(), block.data()});
+        }
+        return block;
+    };
+    EXPECT_EQ(run(true), run(false));
+}
+
 TEST(MeshRowsParallel, LargeGridMatchesSequential) {
     const TestMesh mesh = makeMesh(66, 66, 4000, 3000, 1);
     expectRowsMatchSequential(mesh, 600, 600, -20, 4020, -20, 3020, true, "66x66 / 600x600");

@@ -1,0 +1,476 @@
+// The combined warp map: working-buffer layout, worked merges, the fast paths
+// against their scalar references on every SIMD target, and bad input.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <string>
+#include <vector>
+
+#include <hwy/targets.h>
+
+#include "support/LogCapture.h"
+#include "vwmt/CombWarpMapTrans.h"
+#include "vwmt/MergeConversions.h"
+#include "vwmt/core/MemoryManager.h"
+#include "vwmt/core/MeshGridUtility.h"
+#include "vwmt/core/MeshInterpolator.h"
+#include "vwmt/core/MeshQueryRows.h"
+#include "vwmt/core/ProcWarpMap.h"
+
+// ---- allocation count ----------------------------------------------------
+
+// The replacements below pair operator new with free through malloc; GCC
+// cannot see that and flags every inlined delete.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
+
+namespace {
+std::atomic<bool> gCounting{false};
+std::atomic<int> gAllocations{0};
+}  // namespace
+
+void* operator new(size_t bytes) {
+    if (gCounting) ++gAllocations;
+    if (void* p = std::malloc(bytes == 0 ? 1 : bytes)) return p;
+    throw std::bad_alloc();
+}
+void* operator new[](size_t bytes) { return operator new(bytes); }
+void* operator new(size_t bytes, const std::nothrow_t&) noexcept {
+    if (gCounting) ++gAllocations;
+    return std::malloc(bytes == 0 ? 1 : bytes);
+}
+void* operator new[](size_t bytes, const std::nothrow_t& tag) noexcept { return operator new(bytes, tag); }
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete(void* p, size_t) noexcept { std::free(p); }
+void operator delete[](void* p, size_t) noexcept { std::free(p); }
+
+namespace {
+
+using velmo::testing::LogCapture;
+
+constexpr int kQ = 600 * 600;
+
+// A merger with its working buffer, result planes pre-set to a marker.
+struct Merger {
+    CombWarpMapTrans comb;
+    std::vector<int32_t> buffer;  // int storage keeps the buffer 4-byte aligned
+    Merger() : buffer(static_cast<size_t>(comb.getWorkingBufferSize()) / 4) {
+        EXPECT_EQ(comb.setWorkingBuffer(reinterpret_cast<char*>(buffer.data())), 0);
+        mark();
+    }
+    void mark() { std::fill(buffer.begin() + 2 * kQ, buffer.begin() + 4 * kQ, 0x5a5a5a5a); }
+    bool planesUntouched() const {
+        return std::all_of(buffer.begin() + 2 * kQ, buffer.begin() + 4 * kQ,
+                           [](int32_t v) { return v == 0x5a5a5a5a; });
+    }
+    std::vector<int> x(int n) const { return {comb.resultX(), comb.resultX() + n}; }
+    std::vector<int> y(int n) const { return {comb.resultY(), comb.resultY() + n}; }
+};
+
+// Two fixed-point planes and the int** view of them.
+struct Map {
+    std::vector<int> x, y;
+    int* planes[2];
+    Map(std::vector<int> xs, std::vector<int> ys) : x(std::move(xs)), y(std::move(ys)) {
+        planes[0] = x.data();
+        planes[1] = y.data();
+    }
+    int** get() { return planes; }
+};
+
+TEST(CombWarpMapTransBuffer, SizeAndResultOffsets) {
+    CombWarpMapTrans comb;
+    EXPECT_EQ(comb.getWorkingBufferSize(), 11691096);
+    EXPECT_EQ(comb.resultX(), nullptr);
+    std::vector<int32_t> buffer(11691096 / 4);
+    char* base = reinterpret_cast<char*>(buffer.data());
+    EXPECT_EQ(comb.setWorkingBuffer(base), 0);
+    EXPECT_EQ(reinterpret_cast<char*>(comb.resultX()) - base, 2880000);  // 8 x 600 x 600
+    EXPECT_EQ(reinterpret_cast<char*>(comb.resultY()) - base, 4320000);  // 12 x 600 x 600
+}
+
+TEST(CombWarpMapTransBuffer, MisalignedOrNullBufferIsRefused) {
+    CombWarpMapTrans comb;
+    std::vector<int32_t> buffer(16);
+    for (char* bad : {static_cast<char*>(nullptr), reinterpret_cast<char*>(buffer.data()) + 2}) {
+        LogCapture log;
+        EXPECT_EQ(comb.setWorkingBuffer(bad), 1);
+        ASSERT_EQ(log.lines().size(), 1u);
+        EXPECT_EQ(log.lines()[0].tag, "OISWarpMap");
+        EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][setWorkingBuffer] ", 0), 0u) << log.lines()[0].text;
+        EXPECT_EQ(comb.resultX(), nullptr);
+    }
+}
+
+TEST(CombWarpMapTransFormat, FixedPointToInterleavedPixels) {
+    struct Case {
+        int fixed;
+        float pixels;
+    };
+    // 2^24 + 1 is not a float: it rounds to 2^24 (ties to even) before the
+    // scaling, and the exact quotient 524288.03125 would round the same way.
+    const Case cases[] = {{48, 1.5f},        {-48, -1.5f},          {1, 0.03125f},
+                          {-1, -0.03125f},  {0, 0.0f},             {16777217, 524288.0f},
+                          {2147483647, 67108864.0f}, {-2147483647 - 1, -67108864.0f}};
+    CombWarpMapTrans comb;
+    for (const Case& c : cases) {
+        Map map({c.fixed, 7}, {-3, c.fixed});
+        float ois[4] = {9, 9, 9, 9}, n3d[4] = {9, 9, 9, 9};
+        comb.get_ois_warp_map(map.get(), ois, 2, 1);
+        comb.get_n3d_warp_map(map.get(), n3d, 1, 2);
+        const float expected[4] = {c.pixels, -0.09375f, 0.21875f, c.pixels};
+        for (int k = 0; k < 4; ++k) {
+            EXPECT_EQ(ois[k], expected[k]) << c.fixed << " at " << k;
+            EXPECT_EQ(n3d[k], expected[k]) << c.fixed << " at " << k;
+        }
+    }
+}
+
+TEST(CombWarpMapTransMesh, UniformGridHasCornersOnTheCornerPixels) {
+    CombWarpMapTrans comb;
+    std::vector<float> mesh(2 * 3 * 2, -1.0f);
+    comb.createUniformMeshGrid(mesh.data(), 3, 2, 9, 5);
+    EXPECT_EQ(mesh, (std::vector<float>{0, 0, 4, 0, 8, 0, 0, 4, 4, 4, 8, 4}));
+}
+
+// OIS grid 3 x 2 over a 9 x 5 image: vertices v0..v5 at (0,0) (4,0) (8,0)
+// (0,4) (4,4) (8,4); triangles t0 (v0 v3 v1), t1 (v1 v3 v4), t2 (v1 v4 v2),
+// t3 (v2 v4 v5). OIS values in pixels: (1,2) (5,2.5) (10,1) (0.5,6) (4,7) (9,8).
+//  (1,1) in t0, weights (1/2, 1/4, 1/4): (1.875, 3.125) -> (60, 100).
+//  (7,3) in t3, weights (1/4, 1/4, 1/2): (8, 6) -> (256, 192).
+//  (8,4) is v5, the last vertex of the last triangle: (9, 8) -> (288, 256).
+//  (10,2) is right of the mesh; the row's seed stays on t3 (last column),
+//  whose weights there are (1/2, -1/2, 1); the step right is blocked, so
+//  it is extrapolated from t3: (12, 5) -> (384, 160).
+TEST(CombWarpMapTransMerge, WorkedSmallGrid) {
+    Merger m;
+    Map ois({32, 160, 320, 16, 128, 288}, {64, 80, 32, 192, 224, 256});
+    Map n3d({32, 224, 256, 320}, {32, 96, 128, 64});
+    const OIS_INTERPOLATE_INFO_STRUCT info{9, 5, 0, 0, 3, 2, 2, 2};
+    LogCapture log;
+    m.comb.mergeGrid(ois.get(), n3d.get(), info);
+    EXPECT_TRUE(log.lines().empty());
+    EXPECT_EQ(m.x(4), (std::vector<int>{60, 256, 288, 384}));
+    EXPECT_EQ(m.y(4), (std::vector<int>{100, 192, 256, 160}));
+}
+
+// Half a fixed-point step rounds away from zero: only v0 carries a value,
+// (1, -1) in fixed point, and (1,1) weighs it by 1/2.
+TEST(CombWarpMapTransMerge, HalfStepsRoundAwayFromZero) {
+    Merger m;
+    Map ois({1, 0, 0, 0, 0, 0}, {-1, 0, 0, 0, 0, 0});
+    Map n3d({32, 224}, {32, 96});
+    m.comb.mergeGrid(ois.get(), n3d.get(), {9, 5, 0, 0, 3, 2, 2, 1});
+    EXPECT_EQ(m.x(2), (std::vector<int>{1, 0}));
+    EXPECT_EQ(m.y(2), (std::vector<int>{-1, 0}));
+}
+
+// Fixed point of an identity OIS map on its uniform grid.
+Map identityOis(int imageW, int imageH, int w, int h) {
+    std::vector<int> xs, ys;
+    for (int r = 0; r < h; ++r) {
+        for (int c = 0; c < w; ++c) {
+            xs.push_back(static_cast<int>(std::lround(32.0 * c * (imageW - 1) / (w - 1))));
+            ys.push_back(static_cast<int>(std::lround(32.0 * r * (imageH - 1) / (h - 1))));
+        }
+    }
+    return Map(xs, ys);
+}
+
+// An N3D map over the image and `margin` beyond it on each side (a fraction
+// of the image), fractional positions included, the last point on the
+// image's last pixel.
+Map n3dSpread(int imageW, int imageH, int w, int h, double margin) {
+    std::vector<int> xs, ys;
+    for (int r = 0; r < h; ++r) {
+        for (int c = 0; c < w; ++c) {
+            const double u = -margin + (1 + 2 * margin) * c / std::max(w - 1, 1);
+            const double v = -margin + (1 + 2 * margin) * r / std::max(h - 1, 1);
+            xs.push_back(static_cast<int>(std::lround(32.0 * u * (imageW - 1) + 5 * ((r + c) % 3))));
+            ys.push_back(static_cast<int>(std::lround(32.0 * v * (imageH - 1) - 7 * ((r * c) % 4))));
+        }
+    }
+    xs.back() = 32 * (imageW - 1);
+    ys.back() = 32 * (imageH - 1);
+    return Map(xs, ys);
+}
+
+TEST(CombWarpMapTransMerge, IdentityOisMapLeavesTheN3dMap) {
+    struct Case {
+        int imageW, imageH, oisW, oisH, n3dW, n3dH;
+        double margin;
+        int tolerance;  // in fixed-point steps
+    };
+    // Grid steps that are whole pixels give an exact identity, extrapolated
+    // exactly too; others carry the identity's own rounding to 1/32 pixel,
+    // at most half a step inside the image (and amplified by extrapolation,
+    // so those stay inside).
+    const Case cases[] = {{129, 97, 5, 4, 17, 13, 0.05, 0},   {33, 33, 2, 2, 9, 7, 0.05, 0},
+                          {1921, 1081, 65, 37, 40, 30, 0.05, 0}, {1920, 1080, 66, 66, 61, 45, 0.0, 1},
+                          {4000, 3000, 13, 9, 600, 3, 0.0, 1}};
+    for (const Case& c : cases) {
+        Merger m;
+        Map ois = identityOis(c.imageW, c.imageH, c.oisW, c.oisH);
+        Map n3d = n3dSpread(c.imageW, c.imageH, c.n3dW, c.n3dH, c.margin);
+        m.comb.mergeGrid(ois.get(), n3d.get(),
+                         {c.imageW, c.imageH, 0, 0, c.oisW, c.oisH, c.n3dW, c.n3dH});
+        const int n = c.n3dW * c.n3dH;
+        const std::vector<int> x = m.x(n), y = m.y(n);
+        for (int k = 0; k < n; ++k) {
+            ASSERT_LE(std::abs(x[k] - n3d.x[k]), c.tolerance) << c.imageW << " point " << k;
+            ASSERT_LE(std::abs(y[k] - n3d.y[k]), c.tolerance) << c.imageW << " point " << k;
+        }
+    }
+}
+
+// Only the last triangle holds the last vertex; a position exactly there
+// takes that vertex's OIS value, whatever the others are.
+TEST(CombWarpMapTransMerge, LastPixelLandsInTheLastTriangle) {
+    const int sizes[][4] = {{1920, 1080, 66, 66}, {641, 481, 9, 7}, {100, 60, 2, 2}, {5000, 37, 3, 66}};
+    for (const auto& s : sizes) {
+        const int imageW = s[0], imageH = s[1], w = s[2], h = s[3];
+        std::vector<int> xs(w * h), ys(w * h);
+        for (int k = 0; k < w * h; ++k) {
+            xs[k] = (k * 7919) % 4099 - 2000;
+            ys[k] = (k * 104729) % 3001 - 1500;
+        }
+        Map ois(xs, ys);
+        Map n3d({0, 32 * (imageW - 1), 32 * (imageW - 1)}, {0, 0, 32 * (imageH - 1)});
+        Merger m;
+        m.comb.mergeGrid(ois.get(), n3d.get(), {imageW, imageH, 0, 0, w, h, 3, 1});
+        EXPECT_EQ(m.x(3), (std::vector<int>{xs[0], xs[w - 1], xs.back()})) << imageW;
+        EXPECT_EQ(m.y(3), (std::vector<int>{ys[0], ys[w - 1], ys.back()})) << imageW;
+    }
+}
+
+// ---- fast paths against the scalar references ------------------------------
+
+// The merge on the foundations' scalar pieces: sequential table loop, then
+// the reference plane split and fixed-point conversion.
+void referenceMerge(const Map& ois, const Map& n3d, const OIS_INTERPOLATE_INFO_STRUCT& info,
+                    std::vector<int>& outX, std::vector<int>& outY) {
+    const int w = info.oisW, h = info.oisH, q = info.n3dW * info.n3dH;
+    std::vector<float> mesh(2 * w * h), values(2 * w * h), queries(2 * q), out(2 * q), work(2 * q);
+    std::vector<int> tris(6 * (w - 1) * (h - 1));
+    VWMT::MeshGridUtility::sampleUniformMeshGrid(mesh.data(), w, h, 0.0f, static_cast<float>(info.imageW - 1),
+                                                 0.0f, static_cast<float>(info.imageH - 1));
+    VWMT::MeshGridUtility::connectGridByTriangleMesh(tris.data(), w, h);
+    for (int k = 0; k < w * h; ++k) {
+        values[2 * k] = static_cast<float>(ois.x[k] / 32.0);
+        values[2 * k + 1] = static_cast<float>(ois.y[k] / 32.0);
+    }
+    for (int k = 0; k < q; ++k) {
+        queries[2 * k] = static_cast<float>(n3d.x[k] / 32.0);
+        queries[2 * k + 1] = static_cast<float>(n3d.y[k] / 32.0);
+    }
+    VWMT::MemoryManager arena(3000000, nullptr, 0, 0, w, h, 0, 0, 0, 0, 0, 0);
+    VWMT::MeshInterpolator interp(&arena, 0, w, h, tris.data(), info.n3dW, info.n3dH);
+    interp.fill_ref_MeshTriangleVertXY_In(mesh.data());
+    velmo::mesh::interpolateRowsSequential({{interp.searchLimit(), interp.cellsW(), interp.cellsH(),
+                                             interp.numTriangles()},
+                                            tris.data(), nullptr, interp.triangleVertexTable(), info.n3dW,
+                                            info.n3dH, values.data(), queries.data(), out.data()});
+    VWMT::ProcWarpMap::remap_WarpMapXY_InterleavedToPlane(out.data(), q, work.data());
+    outX.assign(q, 0);
+    outY.assign(q, 0);
+    VWMT::ProcWarpMap::fmtTrnasOfDataType(outX.data(), out.data(), q);
+    VWMT::ProcWarpMap::fmtTrnasOfDataType(outY.data(), out.data() + q, q);
+}
+
+// A smoothly shaken OIS map (a few pixels) and a rotated, scaled N3D map
+// reaching a little past the image.
+Map shakenOis(int imageW, int imageH, int w, int h) {
+    std::vector<int> xs, ys;
+    for (int r = 0; r < h; ++r) {
+        for (int c = 0; c < w; ++c) {
+            const double x = c * (imageW - 1.0) / (w - 1), y = r * (imageH - 1.0) / (h - 1);
+            xs.push_back(static_cast<int>(std::lround(32 * (x + 3 * std::sin(y * 0.004) + 1.5 * std::cos(x * 0.002)))));
+            ys.push_back(static_cast<int>(std::lround(32 * (y - 2.5 * std::cos(x * 0.0015) + std::sin(y * 0.003)))));
+        }
+    }
+    return Map(xs, ys);
+}
+
+Map rotatedN3d(int imageW, int imageH, int w, int h) {
+    std::vector<int> xs, ys;
+    for (int r = 0; r < h; ++r) {
+        for (int c = 0; c < w; ++c) {
+            const double u = (c * 1.04 / std::max(w - 1, 1) - 0.52) * imageW;
+            const double v = (r * 1.04 / std::max(h - 1, 1) - 0.52) * imageH;
+            xs.push_back(static_cast<int>(std::lround(32 * (0.999 * u - 0.02 * v + 0.5 * imageW))));
+            ys.push_back(static_cast<int>(std::lround(32 * (0.02 * u + 0.999 * v + 0.5 * imageH))));
+        }
+    }
+    return Map(xs, ys);
+}
+
+void expectMergeMatchesReference(int oisSide, int n3dW, int n3dH, const std::string& what) {
+    const OIS_INTERPOLATE_INFO_STRUCT info{1920, 1080, 0, 0, oisSide, oisSide, n3dW, n3dH};
+    Map ois = shakenOis(1920, 1080, oisSide, oisSide);
+    Map n3d = rotatedN3d(1920, 1080, n3dW, n3dH);
+    std::vector<int> refX, refY;
+    referenceMerge(ois, n3d, info, refX, refY);
+    static Merger m;  // one 11.7 MB buffer for all cases
+    m.comb.mergeGrid(ois.get(), n3d.get(), info);
+    ASSERT_EQ(m.x(n3dW * n3dH), refX) << what << " " << n3dW << " x " << n3dH;
+    ASSERT_EQ(m.y(n3dW * n3dH), refY) << what << " " << n3dW << " x " << n3dH;
+}
+
+TEST(CombWarpMapTransFast, MergeMatchesTheScalarReferenceOnEveryTarget) {
+    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        const std::string name = hwy::TargetName(target);
+        const int lanes = velmo::mesh::parallelLanes();
+        // Few OIS rows let the short N3D grids below run in lockstep batches.
+        for (int oisSide : {5, 66}) {
+            for (int n3dH : {1, 2, lanes - 1, lanes + 1, 6 * lanes + 3}) {
+                for (int n3dW = 1; n3dW <= 2 * lanes + 3; n3dW += (n3dW < 6 ? 1 : 5)) {
+                    if (n3dH >= 1) expectMergeMatchesReference(oisSide, n3dW, n3dH, name);
+                }
+            }
+        }
+        expectMergeMatchesReference(66, 600, 600, name);
+    }
+    hwy::SetSupportedTargetsForTest(0);
+}
+
+TEST(CombWarpMapTransFast, ConversionsMatchTheScalarLoopsOverEveryTail) {
+    const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+    // Halves, near-halves, -0, out-of-range values and NaN, in pixels.
+    const float special[] = {0.015625f, -0.015625f, 0.046875f, -0.046875f, -0.0f, 0.49999997f / 32,
+                             1e10f, -1e10f, 67108863.0f, -67108864.0f, nan, inf, -inf, 3.3f, -1234.56f};
+    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        for (int n = 1; n <= 70; ++n) {
+            std::vector<int> xs(n), ys(n);
+            std::vector<float> map(2 * n), fast(2 * n, 1.0f), slow(2 * n, 2.0f);
+            for (int k = 0; k < n; ++k) {
+                xs[k] = (k * 2654435761u) >> 1;
+                ys[k] = -(k * 40503) + 17;
+                map[2 * k] = special[k % 15];
+                map[2 * k + 1] = special[(k * 7 + 3) % 15] * 0.75f;
+            }
+            velmo::comb::interleaveFromFixedPoint(xs.data(), ys.data(), fast.data(), n);
+            velmo::comb::interleaveFromFixedPointScalar(xs.data(), ys.data(), slow.data(), n);
+            ASSERT_EQ(std::memcmp(fast.data(), slow.data(), fast.size() * sizeof(float)), 0)
+                << hwy::TargetName(target) << " n " << n;
+
+            std::vector<float> fastMap = map, slowMap = map, fastWork(2 * n), slowWork(2 * n);
+            std::vector<int> fx(n, 5), fy(n, 5), sx(n, 6), sy(n, 6);
+            velmo::comb::splitAndFixPoint(fastMap.data(), n, fastWork.data(), fx.data(), fy.data());
+            velmo::comb::splitAndFixPointScalar(slowMap.data(), n, slowWork.data(), sx.data(), sy.data());
+            ASSERT_EQ(fx, sx) << hwy::TargetName(target) << " n " << n;
+            ASSERT_EQ(fy, sy) << hwy::TargetName(target) << " n " << n;
+            ASSERT_EQ(std::memcmp(fastMap.data(), slowMap.data(), fastMap.size() * sizeof(float)), 0);
+            ASSERT_EQ(std::memcmp(fastWork.data(), slowWork.data(), fastWork.size() * sizeof(float)), 0);
+        }
+    }
+    hwy::SetSupportedTargetsForTest(0);
+}
+
+TEST(CombWarpMapTransFast, MergeDoesNotAllocate) {
+    Merger m;
+    Map ois = shakenOis(1920, 1080, 66, 66);
+    Map n3d = rotatedN3d(1920, 1080, 600, 600);
+    gAllocations = 0;
+    gCounting = true;
+    m.comb.mergeGrid(ois.get(), n3d.get(), {1920, 1080, 0, 0, 66, 66, 600, 600});
+    gCounting = false;
+    EXPECT_EQ(gAllocations.load(), 0);
+    EXPECT_FALSE(m.planesUntouched());
+}
+
+// ---- bad input -------------------------------------------------------------
+
+TEST(CombWarpMapTransRefusal, BadInputLogsOnceAndLeavesTheResultPlanes) {
+    struct Case {
+        const char* what;
+        OIS_INTERPOLATE_INFO_STRUCT info;
+        int nullAt;  // 0 none, 1 OIS map, 2 OIS y plane, 3 N3D map, 4 N3D x plane
+    };
+    const Case cases[] = {
+        {"OIS wider than 66", {1920, 1080, 0, 0, 67, 66, 4, 4}, 0},
+        {"OIS taller than 66", {1920, 1080, 0, 0, 66, 67, 4, 4}, 0},
+        {"OIS one column", {1920, 1080, 0, 0, 1, 5, 4, 4}, 0},
+        {"OIS one row", {1920, 1080, 0, 0, 5, 1, 4, 4}, 0},
+        {"OIS negative", {1920, 1080, 0, 0, -3, 5, 4, 4}, 0},
+        {"N3D wider than 600", {1920, 1080, 0, 0, 5, 5, 601, 4}, 0},
+        {"N3D taller than 600", {1920, 1080, 0, 0, 5, 5, 4, 601}, 0},
+        {"N3D negative width", {1920, 1080, 0, 0, 5, 5, -1, 4}, 0},
+        {"N3D negative height", {1920, 1080, 0, 0, 5, 5, 4, -600}, 0},
+        {"null OIS map", {1920, 1080, 0, 0, 5, 5, 4, 4}, 1},
+        {"null OIS plane", {1920, 1080, 0, 0, 5, 5, 4, 4}, 2},
+        {"null N3D map", {1920, 1080, 0, 0, 5, 5, 4, 4}, 3},
+        {"null N3D plane", {1920, 1080, 0, 0, 5, 5, 4, 4}, 4},
+    };
+    Merger m;
+    Map ois = shakenOis(1920, 1080, 66, 67);
+    Map n3d = rotatedN3d(1920, 1080, 600, 4);
+    for (const Case& c : cases) {
+        int* oisPlanes[2] = {ois.x.data(), c.nullAt == 2 ? nullptr : ois.y.data()};
+        int* n3dPlanes[2] = {c.nullAt == 4 ? nullptr : n3d.x.data(), n3d.y.data()};
+        LogCapture log;
+        m.comb.mergeGrid(c.nullAt == 1 ? nullptr : oisPlanes, c.nullAt == 3 ? nullptr : n3dPlanes, c.info);
+        ASSERT_EQ(log.lines().size(), 1u) << c.what;
+        EXPECT_EQ(log.lines()[0].tag, "OISWarpMap") << c.what;
+        EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][mergeGrid] ", 0), 0u) << log.lines()[0].text;
+        EXPECT_TRUE(m.planesUntouched()) << c.what;
+    }
+}
+
+TEST(CombWarpMapTransRefusal, MergeBeforeTheWorkingBufferIsRefused) {
+    CombWarpMapTrans comb;
+    Map ois = shakenOis(100, 100, 2, 2);
+    Map n3d = rotatedN3d(100, 100, 2, 2);
+    LogCapture log;
+    comb.mergeGrid(ois.get(), n3d.get(), {100, 100, 0, 0, 2, 2, 2, 2});
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][mergeGrid] ", 0), 0u) << log.lines()[0].text;
+}
+
+// The corner table and the triangle list hold a 66 x 66 mesh at most.
+TEST(CombWarpMapTransRefusal, InterpolationOutsideTheMeshLimitsIsRefused) {
+    const int sizes[][4] = {{1, 5, 2, 2}, {5, 1, 2, 2}, {67, 5, 2, 2}, {5, 67, 2, 2}, {5, 5, -1, 2}, {5, 5, 2, -1}};
+    Merger m;
+    std::vector<float> mesh(2 * 67 * 67, 1.0f), values(2 * 67 * 67, 2.0f), queries(8, 3.0f);
+    for (const auto& s : sizes) {
+        std::vector<float> out(8, -7.0f);
+        LogCapture log;
+        m.comb.genQueriedGridXYByMeshInterpolation(mesh.data(), values.data(), queries.data(), out.data(), s[0],
+                                                   s[1], s[2], s[3]);
+        ASSERT_EQ(log.lines().size(), 1u) << s[0] << "x" << s[1] << " / " << s[2] << "x" << s[3];
+        EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][genQueriedGridXYByMeshInterpolation] ", 0), 0u);
+        EXPECT_EQ(out, std::vector<float>(8, -7.0f));
+    }
+    // The limits themselves are accepted.
+    std::vector<float> out(8, -7.0f);
+    LogCapture log;
+    m.comb.connectGridByTriangleMesh(reinterpret_cast<int*>(m.buffer.data()) + 4 * kQ, 66, 2);
+    m.comb.genQueriedGridXYByMeshInterpolation(mesh.data(), values.data(), queries.data(), out.data(), 66, 2, 2, 2);
+    EXPECT_TRUE(log.lines().empty());
+    EXPECT_EQ(out, std::vector<float>(8, 2.0f));
+}
+
+TEST(CombWarpMapTransRefusal, EmptyN3dGridDoesNothing) {
+    Merger m;
+    Map ois = shakenOis(100, 100, 3, 3);
+    Map n3d({0}, {0});
+    for (const auto& size : {std::make_pair(0, 0), std::make_pair(0, 600), std::make_pair(600, 0)}) {
+        LogCapture log;
+        m.comb.mergeGrid(ois.get(), n3d.get(), {100, 100, 0, 0, 3, 3, size.first, size.second});
+        EXPECT_TRUE(log.lines().empty());
+        EXPECT_TRUE(m.planesUntouched());
+    }
+}
+
+}  // namespace
