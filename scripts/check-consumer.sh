@@ -28,7 +28,8 @@ cmake -S examples -B "${work}/cmake" -DCMAKE_PREFIX_PATH="${prefix}" \
 cmake --build "${work}/cmake" -j"$(nproc)"
 
 echo "=== consumer: build the examples with pkg-config quentra-velmoUtil"
-export PKG_CONFIG_PATH=${prefix}/lib/pkgconfig
+pc_file=$(find "${prefix}" -name quentra-velmoUtil.pc)
+export PKG_CONFIG_PATH=${pc_file%/*}
 read -r -a pc_flags <<<"$(pkg-config --cflags --libs quentra-velmoUtil)"
 libdir=$(pkg-config --variable=libdir quentra-velmoUtil)
 mkdir -p "${work}/pkg-config"
