@@ -57,6 +57,11 @@ SinkSlot& sinkSlot() {
 }  // namespace
 
 extern "C" PLATFORM_EXPORT void utilLOGD(UTILModuleIdEnum module, const char* tag, const char* fmt, ...) {
+    SinkSlot& slot = sinkSlot();
+    std::lock_guard<std::mutex> lock(slot.mutex);
+    // A line the default sink would drop is not even formatted.
+    if (slot.sink == defaultSink && !debugLinesWanted()) return;
+
     char small[1024];
     va_list args;
     va_start(args, fmt);
@@ -75,8 +80,6 @@ extern "C" PLATFORM_EXPORT void utilLOGD(UTILModuleIdEnum module, const char* ta
     }
     va_end(again);
 
-    SinkSlot& slot = sinkSlot();
-    std::lock_guard<std::mutex> lock(slot.mutex);
     slot.sink(slot.user, static_cast<int>(module), tag ? tag : "", text);
 }
 
