@@ -15,8 +15,14 @@ void clearProperties();
 // Receives every log line as formatted, before any newline is added.
 using LogSink = void (*)(void* user, int module, const char* tag, const char* text);
 
-// Routes log lines to `sink`; nullptr restores the default stderr sink, which
-// writes "D <tag>: <text>" and adds a newline when the text has none.
+// Writes every line to stderr as "D <tag>: <text>", adding a newline when the
+// text has none.
+void stderrLogSink(void* user, int module, const char* tag, const char* text);
+
+// Routes log lines to `sink`; nullptr restores the default sink. The default
+// sink passes lines to stderrLogSink only when the environment variable
+// VELMO_LOG is set to something other than "" or "0" (VELMO_LOG=1), and drops
+// them otherwise, as a device's log filtering drops debug lines.
 void setLogSink(LogSink sink, void* user);
 
 }  // namespace host

@@ -4,6 +4,7 @@
 // pipeline. This header brings in the whole exported API.
 
 #include "velmoExport.h"
+#include "velmoVersion.h"
 #include "utilPlatform.h"
 #include "AlignMode.h"
 #include "gensize/GenSize.h"

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs the whole test suite three ways; all must pass:
-#   1. native Release, warnings as errors;
+#   1. native Release, warnings as errors; then the package it installs is
+#      used as an outside project would (scripts/check-consumer.sh);
 #   2. native with AddressSanitizer and UndefinedBehaviorSanitizer (any report fails);
 #   3. cross-compiled for aarch64 and run under qemu-user.
 # Both architectures check against the same expected data, so a pass on both
@@ -23,6 +24,7 @@ run_suite() {
 }
 
 run_suite release -DCMAKE_BUILD_TYPE=Release
+scripts/check-consumer.sh "${build_dir}/release"
 
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
 UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
@@ -31,4 +33,4 @@ UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
 run_suite aarch64 -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/aarch64-linux-gnu.cmake -DVELMO_BUILD_BENCH=OFF
 
-echo "=== all three suites passed"
+echo "=== all three suites and the consumer check passed"

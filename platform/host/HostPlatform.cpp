@@ -1,9 +1,12 @@
 // Linux host build of libquentra.platform.so: properties live in an in-process
-// store and log lines go to a replaceable sink (stderr by default).
+// store and log lines go to a replaceable sink. The default sink writes to
+// stderr only when VELMO_LOG asks for it: every line of utilLOGD is a debug
+// line, which a device's log filtering drops as well unless enabled.
 
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -30,15 +33,19 @@ PropertyStore& properties() {
     return store;
 }
 
-void stderrSink(void*, int, const char* tag, const char* text) {
-    const std::size_t length = std::strlen(text);
-    const bool hasNewline = length > 0 && text[length - 1] == '\n';
-    std::fprintf(stderr, "D %s: %s%s", tag, text, hasNewline ? "" : "\n");
+// Read at every line, so that a program can change its mind with setenv().
+bool debugLinesWanted() {
+    const char* value = std::getenv("VELMO_LOG");
+    return value != nullptr && value[0] != '\0' && std::strcmp(value, "0") != 0;
+}
+
+void defaultSink(void* user, int module, const char* tag, const char* text) {
+    if (debugLinesWanted()) quentra::host::stderrLogSink(user, module, tag, text);
 }
 
 struct SinkSlot {
     std::mutex mutex;
-    quentra::host::LogSink sink = stderrSink;
+    quentra::host::LogSink sink = defaultSink;
     void* user = nullptr;
 };
 
@@ -50,6 +57,11 @@ SinkSlot& sinkSlot() {
 }  // namespace
 
 extern "C" PLATFORM_EXPORT void utilLOGD(UTILModuleIdEnum module, const char* tag, const char* fmt, ...) {
+    SinkSlot& slot = sinkSlot();
+    std::lock_guard<std::mutex> lock(slot.mutex);
+    // A line the default sink would drop is not even formatted.
+    if (slot.sink == defaultSink && !debugLinesWanted()) return;
+
     char small[1024];
     va_list args;
     va_start(args, fmt);
@@ -68,8 +80,6 @@ extern "C" PLATFORM_EXPORT void utilLOGD(UTILModuleIdEnum module, const char* ta
     }
     va_end(again);
 
-    SinkSlot& slot = sinkSlot();
-    std::lock_guard<std::mutex> lock(slot.mutex);
     slot.sink(slot.user, static_cast<int>(module), tag ? tag : "", text);
 }
 
@@ -105,10 +115,16 @@ PLATFORM_EXPORT void clearProperties() {
     store.values.clear();
 }
 
+PLATFORM_EXPORT void stderrLogSink(void*, int, const char* tag, const char* text) {
+    const std::size_t length = std::strlen(text);
+    const bool hasNewline = length > 0 && text[length - 1] == '\n';
+    std::fprintf(stderr, "D %s: %s%s", tag, text, hasNewline ? "" : "\n");
+}
+
 PLATFORM_EXPORT void setLogSink(LogSink sink, void* user) {
     SinkSlot& slot = sinkSlot();
     std::lock_guard<std::mutex> lock(slot.mutex);
-    slot.sink = sink ? sink : stderrSink;
+    slot.sink = sink ? sink : defaultSink;
     slot.user = sink ? user : nullptr;
 }
 

@@ -24,6 +24,14 @@ void capture(void* user, int module, const char* tag, const char*) {
     c->modules.push_back(module);
 }
 
+TEST(Api, TheLoadedLibraryHasTheHeadersVersion) {
+    EXPECT_STREQ(velmoUtilVersion(), VELMO_UTIL_VERSION_STRING);
+    const std::string composed = std::to_string(VELMO_UTIL_VERSION_MAJOR) + "." +
+                                 std::to_string(VELMO_UTIL_VERSION_MINOR) + "." +
+                                 std::to_string(VELMO_UTIL_VERSION_PATCH);
+    EXPECT_EQ(composed, VELMO_UTIL_VERSION_STRING);
+}
+
 TEST(Api, AlignmentHelpersKeepTheirDistinctUnknownModes) {
     EXPECT_EQ(enlargeWithNAligned(10, 1, 4, ALIGN_CEIL), 12);
     EXPECT_EQ(enlargeWithNAligned(10, 1, 4, ALIGN_ROUND), 12);

@@ -29,6 +29,7 @@
 #include "gensize/GenSize.h"
 #include "support/LogCapture.h"
 #include "utilPlatform.h"
+#include "velmoVersion.h"
 
 namespace velmo {
 namespace cli {
@@ -94,14 +95,91 @@ TEST(CliTest, GenSizeSizesTheBuiltInModule) {
     EXPECT_EQ(1124.0f / 540.0f, out["main"]["zoom_maximum"].get<float>()) << "the height limits the main zoom";
 }
 
-TEST(CliTest, ExitStatusIsTheGenSizeCode) {
+TEST(CliTest, AFailedRuleIsNamedOnStderrWithoutARecord) {
     Json config = toJson(defaultConfig());
     config["dpe_w"] = 4000;  // 4000 + 64 (OIS) + 2 x 32 (padding) = 4128 > 4096
     const std::string path = writeTempFile("velmo_wide_depth.json", config.dump());
-    const Outcome result = run({"gensize", path.c_str()});
+    const std::string expectedErr =
+        "velmo-util: GenSizeInit returned 4 (ERR_DPE_IN_W_MAXIMUM)\n"
+        "  ERR_DPE_IN_W_MAXIMUM(Rule: Frame width < 848, Engine width < 784)\n";
+
+    Outcome result = run({"gensize", path.c_str()});
     EXPECT_EQ(4, result.status);
-    EXPECT_EQ("velmo-util: GenSizeInit returned 4 (ERR_DPE_IN_W_MAXIMUM)\n", result.err);
-    EXPECT_EQ(4128, parsed(result.out)["dpe"]["dpe_frm_w"]) << "the partial result is still printed";
+    EXPECT_EQ(expectedErr, result.err);
+    EXPECT_EQ("", result.out) << "no complete-looking record for a rejected configuration";
+
+    result = run({"gensize", "--force", path.c_str()});
+    EXPECT_EQ(4, result.status);
+    EXPECT_EQ(expectedErr, result.err);
+    EXPECT_EQ(4128, parsed(result.out)["dpe"]["dpe_frm_w"]) << "--force prints the partial record";
+
+    const std::string frame = kData + "/frame-zoom2.json";
+    result = run({"gensize-proc", path.c_str(), frame.c_str()});
+    EXPECT_EQ(4, result.status);
+    EXPECT_EQ("velmo-util: GenSizeProc returned 4 (ERR_DPE_IN_W_MAXIMUM)\n"
+              "  ERR_DPE_IN_W_MAXIMUM(Rule: Frame width < 848, Engine width < 784)\n",
+              result.err);
+    EXPECT_EQ("", result.out);
+
+    result = run({"default-frame", path.c_str()});
+    EXPECT_EQ(4, result.status);
+    EXPECT_EQ(expectedErr, result.err);
+    EXPECT_EQ("", result.out);
+}
+
+TEST(CliTest, DefaultFrameIsZoomOneOverTheConfiguredWindows) {
+    const std::string config = kData + "/module-12mp.json";
+    const Outcome result = run({"default-frame", config.c_str()});
+    ASSERT_EQ(0, result.status) << result.err;
+    STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT printed{};
+    JsonError error;
+    ASSERT_TRUE(fromJson(parsed(result.out), printed, error)) << error.message();
+
+    // The frame of the data folder is this template with the zoom set to 2.
+    std::ifstream file(kData + "/frame-zoom2.json");
+    std::ostringstream text;
+    text << file.rdbuf();
+    STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT expected{};
+    ASSERT_TRUE(fromJson(parsed(text.str()), expected, error)) << error.message();
+    expected.zoom_ratio = 1.0f;
+    EXPECT_EQ(0, std::memcmp(&expected, &printed, sizeof printed)) << result.out;
+
+    EXPECT_EQ(result.out, run({"default-frame"}).out) << "the built-in module is the default";
+    const std::string path = writeTempFile("velmo_default_frame.json", result.out);
+    EXPECT_EQ(0, run({"gensize-proc", config.c_str(), path.c_str()}).status);
+}
+
+TEST(CliTest, RepeatedKeysAreRefused) {
+    const std::string text = toJson(defaultConfig()).dump();
+    const std::string path = writeTempFile("velmo_repeated.json", "{\"dpe_w\": 320, " + text.substr(1));
+    const Outcome result = run({"gensize", path.c_str()});
+    EXPECT_EQ(kInputError, result.status);
+    EXPECT_EQ("velmo-util: " + path + ": dpe_w: duplicate key\n", result.err);
+    EXPECT_EQ("", result.out);
+}
+
+TEST(CliTest, VersionIsTheLibrarys) {
+    const Outcome result = run({"--version"});
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ(std::string("velmo-util ") + VELMO_UTIL_VERSION_STRING + "\n", result.out);
+}
+
+TEST(CliTest, EachCommandsHelpListsItsOptions) {
+    for (const char* command : {"gensize", "gensize-proc", "default-frame"}) {
+        const Outcome help = run({command, "--help"});
+        EXPECT_EQ(0, help.status);
+        // The option list alone: the footer that follows mentions options too.
+        const std::size_t start = help.out.find("Options:\n");
+        ASSERT_NE(std::string::npos, start) << help.out;
+        const std::string options = help.out.substr(start, help.out.find("\n\n", start) - start);
+        for (const char* option : {"--prop", "--log"}) {
+            EXPECT_NE(std::string::npos, options.find(option)) << command << " --help lacks " << option;
+        }
+        const bool printsRecords = std::string(command) != "default-frame";
+        for (const char* option : {"--format", "--force"}) {
+            EXPECT_EQ(printsRecords, options.find(option) != std::string::npos) << command << ": " << option;
+        }
+    }
 }
 
 TEST(CliTest, InputErrorsExitTwoNamingTheKey) {
@@ -137,6 +215,8 @@ TEST(CliTest, UsageErrorsExitTwo) {
     EXPECT_EQ(kInputError, run({"gensize-proc", "only-one.json"}).status);
     EXPECT_EQ(kInputError, run({"gensize", "--verbose"}).status);
     EXPECT_EQ(kInputError, run({"resize"}).status);
+    EXPECT_EQ(kInputError, run({"--log", "gensize"}).status) << "options follow their command";
+    EXPECT_EQ(kInputError, run({"default-config", "--log"}).status);
 
     const Outcome help = run({"--help"});
     EXPECT_EQ(0, help.status);
@@ -145,7 +225,7 @@ TEST(CliTest, UsageErrorsExitTwo) {
 
 TEST(CliTest, TextFormatIsTheLibrarysDump) {
     for (const auto& args : {std::vector<const char*>{"gensize", "--format", "text"},
-                             std::vector<const char*>{"--format", "text", "gensize"}}) {
+                             std::vector<const char*>{"gensize", "--format=text"}}) {
         std::vector<const char*> argv = {"velmo-util"};
         argv.insert(argv.end(), args.begin(), args.end());
         std::ostringstream out, err;

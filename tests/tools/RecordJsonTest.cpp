@@ -256,6 +256,22 @@ TEST_F(ConfigErrorTest, FloatFieldsTakeNumbersThatRoundToAFiniteFloat) {
     }
 }
 
+TEST_F(ConfigErrorTest, RepeatedKeysAreNamedWithTheirPath) {
+    Json value;
+    JsonError error;
+    EXPECT_FALSE(parseJson(R"({"dpe_w": 640, "dpe_h": 360, "dpe_w": 320})", value, error));
+    EXPECT_EQ("dpe_w: duplicate key", error.message());
+
+    EXPECT_FALSE(parseJson(R"({"dpe_w": 640, "sensor_main": {"fov_w": 66.1, "fov_h": 52.1, "fov_w": 70}})", value,
+                           error));
+    EXPECT_EQ("sensor_main.fov_w: duplicate key", error.message());
+
+    // The same key in different objects is no repeat.
+    EXPECT_TRUE(parseJson(R"({"p1_main": {"in_w": 1}, "p1_auxi": {"in_w": 2}, "in_w": 3})", value, error))
+        << error.message();
+    EXPECT_EQ(2, value["p1_auxi"]["in_w"]);
+}
+
 TEST_F(ConfigErrorTest, SyntaxErrorsGiveTheirPosition) {
     Json value;
     JsonError error;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -14,6 +15,7 @@
 #include "common/Numerics.h"
 #include "gensize/GenSize.h"
 #include "utilPlatformHost.h"
+#include "velmoVersion.h"
 
 namespace velmo {
 namespace cli {
@@ -37,19 +39,23 @@ Output floats are printed in the shortest form that reads back to the same
 float. JSON has no NaN or infinity: such values print as null (and null is
 never accepted as input).
 
-Exit status: the GenSize result code for gensize and gensize-proc (0 pass;
-3, 4, 5, 9 a rule of the configuration failed, named on stderr); 2 for
-unreadable or invalid input and usage errors (GenSize itself never returns 2).
+Exit status: the GenSize result code for gensize, gensize-proc and
+default-frame (0 pass; 3, 4, 5, 9 a rule of the configuration failed). On a
+failed rule its message goes to stderr and stdout stays empty; --force prints
+the partial record as well. 2 for unreadable or invalid input and usage errors
+(GenSize itself never returns 2). Each command's options: velmo-util COMMAND --help.
 
 Examples:
   velmo-util default-config > module.json
   velmo-util gensize module.json
   velmo-util gensize --format text --log --prop vendor.debug.velmoUtil.gensize.debuglevel=2
+  velmo-util default-frame module.json > frame.json
   velmo-util gensize-proc module.json frame.json)";
 
 struct Options {
     std::vector<std::string> properties;
     bool showLog = false;
+    bool force = false;
     std::string format = "json";
     std::string configPath;
     std::string framePath;
@@ -65,19 +71,34 @@ const char* resultName(uint32_t code) {
     return code < sizeof kNames / sizeof kNames[0] ? kNames[code] : "unknown code";
 }
 
-// Library log lines go to stderr only when asked for; otherwise they are
-// swallowed so stdout and stderr carry just the tool's own output.
-class LogRouting {
+// Routes the library's log lines while a command runs: to stderr, all of them,
+// only with --log; otherwise they are swallowed so that stdout and stderr
+// carry just the tool's own output. Either way the messages of failed rules
+// ("[GenSize] ERR_...") are kept for the tool's own report.
+class LibraryLog {
 public:
-    explicit LogRouting(bool show) {
-        if (!show) quentra::host::setLogSink(&discard, nullptr);
-    }
-    ~LogRouting() { quentra::host::setLogSink(nullptr, nullptr); }
-    LogRouting(const LogRouting&) = delete;
-    LogRouting& operator=(const LogRouting&) = delete;
+    explicit LibraryLog(bool show) : show_(show) { quentra::host::setLogSink(&LibraryLog::receive, this); }
+    ~LibraryLog() { quentra::host::setLogSink(nullptr, nullptr); }
+    LibraryLog(const LibraryLog&) = delete;
+    LibraryLog& operator=(const LibraryLog&) = delete;
+
+    const std::vector<std::string>& ruleMessages() const { return ruleMessages_; }
 
 private:
-    static void discard(void*, int, const char*, const char*) {}
+    static void receive(void* user, int module, const char* tag, const char* text) {
+        auto* self = static_cast<LibraryLog*>(user);
+        if (self->show_) quentra::host::stderrLogSink(nullptr, module, tag, text);
+        static constexpr const char* kTag = "[GenSize] ";
+        static constexpr const char* kRulePrefix = "[GenSize] ERR_";
+        if (std::strncmp(text, kRulePrefix, std::strlen(kRulePrefix)) == 0) {
+            std::string message(text + std::strlen(kTag));
+            while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.pop_back();
+            self->ruleMessages_.push_back(message);
+        }
+    }
+
+    bool show_;
+    std::vector<std::string> ruleMessages_;
 };
 
 std::string checkPropertyAssignment(const std::string& text) {
@@ -111,8 +132,9 @@ bool loadRecord(const std::string& path, Record& record, std::ostream& err) {
     return true;
 }
 
-void reportResult(const char* function, uint32_t code, std::ostream& err) {
-    if (code != 0) err << "velmo-util: " << function << " returned " << code << " (" << resultName(code) << ")\n";
+void reportFailure(const char* function, uint32_t code, const LibraryLog& log, std::ostream& err) {
+    err << "velmo-util: " << function << " returned " << code << " (" << resultName(code) << ")\n";
+    for (const std::string& message : log.ruleMessages()) err << "  " << message << '\n';
 }
 
 std::string labelled(const char* label, const std::string& dump) {
@@ -141,17 +163,16 @@ int runGenSize(const Options& options, std::ostream& out, std::ostream& err) {
     if (!options.configPath.empty() && !loadRecord(options.configPath, config, err)) return kInputError;
 
     STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT result{};
-    uint32_t code;
-    {
-        LogRouting routing(options.showLog);
-        code = GenSizeInit(result, config);
+    LibraryLog log(options.showLog);
+    const uint32_t code = GenSizeInit(result, config);
+    if (code == 0 || options.force) {
+        if (options.format == "text") {
+            out << result.toString();
+        } else {
+            out << toJson(result).dump(2) << '\n';
+        }
     }
-    if (options.format == "text") {
-        out << result.toString();
-    } else {
-        out << toJson(result).dump(2) << '\n';
-    }
-    reportResult("GenSizeInit", code, err);
+    if (code != 0) reportFailure("GenSizeInit", code, log, err);
     return static_cast<int>(code);
 }
 
@@ -163,18 +184,56 @@ int runGenSizeProc(const Options& options, std::ostream& out, std::ostream& err)
     }
 
     STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT result{};
-    uint32_t code;
-    {
-        LogRouting routing(options.showLog);
-        code = GenSizeProc(result, frame, config);
+    LibraryLog log(options.showLog);
+    const uint32_t code = GenSizeProc(result, frame, config);
+    if (code == 0 || options.force) {
+        if (options.format == "text") {
+            out << procOutText(result);
+        } else {
+            out << toJson(result).dump(2) << '\n';
+        }
     }
-    if (options.format == "text") {
-        out << procOutText(result);
-    } else {
-        out << toJson(result).dump(2) << '\n';
-    }
-    reportResult("GenSizeProc", code, err);
+    if (code != 0) reportFailure("GenSizeProc", code, log, err);
     return static_cast<int>(code);
+}
+
+// A frame at zoom 1 whose P1 crops are the configuration's own RRZ windows:
+// the starting point for gensize-proc.
+int runDefaultFrame(const Options& options, std::ostream& out, std::ostream& err) {
+    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT config = defaultConfig();
+    if (!options.configPath.empty() && !loadRecord(options.configPath, config, err)) return kInputError;
+
+    STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT sizes{};
+    LibraryLog log(options.showLog);
+    const uint32_t code = GenSizeInit(sizes, config);
+    if (code != 0) {
+        reportFailure("GenSizeInit", code, log, err);
+        return static_cast<int>(code);
+    }
+    STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT frame{};
+    frame.zoom_ratio = 1.0f;
+    frame.p1_main = sizes.main.rrz;
+    frame.p1_auxi = sizes.auxi.rrz;
+    out << toJson(frame).dump(2) << '\n';
+    return 0;
+}
+
+void addPropertyAndLogOptions(CLI::App& command, Options& options) {
+    command
+        .add_option("--prop", options.properties,
+                    "Set a system property before the call, e.g.\n"
+                    "vendor.debug.velmoUtil.gensize.debuglevel=2 (repeatable)")
+        ->type_name("KEY=VALUE")
+        ->check(CLI::Validator(checkPropertyAssignment, ""));
+    command.add_flag("--log", options.showLog, "Show all of the library's log lines on stderr (silent otherwise)");
+}
+
+void addRecordOptions(CLI::App& command, Options& options) {
+    addPropertyAndLogOptions(command, options);
+    command.add_option("--format", options.format, "Output format: json (default) or text, the library's own dump")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"json", "text"}));
+    command.add_flag("--force", options.force, "Print the record even when a rule of the configuration failed");
 }
 
 }  // namespace
@@ -184,20 +243,13 @@ int runVelmoUtil(int argc, const char* const* argv, std::ostream& out, std::ostr
     CLI::App app(kDescription, "velmo-util");
     app.footer(kFooter);
     app.require_subcommand(1);
-    app.add_option("--prop", options.properties,
-                   "Set a system property before the call, e.g.\n"
-                   "vendor.debug.velmoUtil.gensize.debuglevel=2 (repeatable)")
-        ->type_name("KEY=VALUE")
-        ->check(CLI::Validator(checkPropertyAssignment, ""));
-    app.add_flag("--log", options.showLog, "Show the library's log lines on stderr (silent otherwise)");
-    app.add_option("--format", options.format, "Output format: json (default) or text, the library's own dump")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember({"json", "text"}));
+    app.set_version_flag("--version", std::string("velmo-util ") + velmoUtilVersion(),
+                         "Print the library's version and exit");
 
     CLI::App* gensize = app.add_subcommand(
         "gensize", "Configuration-time sizes (GenSizeInit) of CONFIG.json, or of the built-in default");
     gensize->add_option("CONFIG", options.configPath, "Configuration record, JSON")->type_name("CONFIG.json");
-    gensize->fallthrough();
+    addRecordOptions(*gensize, options);
 
     CLI::App* proc = app.add_subcommand("gensize-proc", "Per-frame sizes (GenSizeProc) of one frame");
     proc->add_option("CONFIG", options.configPath, "Configuration record, JSON")
@@ -206,10 +258,15 @@ int runVelmoUtil(int argc, const char* const* argv, std::ostream& out, std::ostr
     proc->add_option("FRAME", options.framePath, "Per-frame input record (zoom_ratio, p1_main, p1_auxi), JSON")
         ->type_name("FRAME.json")
         ->required();
-    proc->fallthrough();
+    addRecordOptions(*proc, options);
 
     CLI::App* defaults = app.add_subcommand("default-config", "Print the built-in default configuration as JSON");
-    defaults->fallthrough();
+
+    CLI::App* frame = app.add_subcommand(
+        "default-frame",
+        "Print a frame for gensize-proc as JSON: zoom 1, P1 crops as sized for CONFIG.json (or the built-in default)");
+    frame->add_option("CONFIG", options.configPath, "Configuration record, JSON")->type_name("CONFIG.json");
+    addPropertyAndLogOptions(*frame, options);
 
     try {
         app.parse(argc, argv);
@@ -222,6 +279,7 @@ int runVelmoUtil(int argc, const char* const* argv, std::ostream& out, std::ostr
         return 0;
     }
     applyProperties(options.properties);
+    if (frame->parsed()) return runDefaultFrame(options, out, err);
     return gensize->parsed() ? runGenSize(options, out, err) : runGenSizeProc(options, out, err);
 }
 

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <set>
+#include <vector>
 
 #include "RecordFields.h"
 
@@ -128,12 +130,42 @@ bool readRecord(const Json& document, Record& record, JsonError& error) {
 std::string JsonError::message() const { return key.empty() ? problem : key + ": " + problem; }
 
 bool parseJson(const std::string& text, Json& document, JsonError& error) {
+    // JSON leaves repeated keys to the reader and nlohmann keeps the last one;
+    // a tuning file that sets a field twice is a mistake, so the first repeat
+    // is reported. keys[d] is the key being read in the object at depth d.
+    std::vector<std::set<std::string>> seen;
+    std::vector<std::string> keys;
+    std::string repeated;
+    const Json::parser_callback_t watchKeys = [&](int, Json::parse_event_t event, Json& parsed) {
+        switch (event) {
+            case Json::parse_event_t::object_start:
+                seen.emplace_back();
+                keys.emplace_back();
+                break;
+            case Json::parse_event_t::object_end:
+                seen.pop_back();
+                keys.pop_back();
+                break;
+            case Json::parse_event_t::key: {
+                const std::string& key = parsed.get_ref<const std::string&>();
+                keys.back() = key;
+                if (!seen.back().insert(key).second && repeated.empty()) {
+                    for (const std::string& part : keys) repeated = childPath(repeated, part.c_str());
+                }
+                break;
+            }
+            default:
+                break;
+        }
+        return true;
+    };
     // nlohmann reports syntax errors only by exception; keep it to this spot.
     try {
-        document = Json::parse(text);
+        document = Json::parse(text, watchKeys);
     } catch (const Json::parse_error& e) {
         return fail(error, std::string(), e.what());
     }
+    if (!repeated.empty()) return fail(error, repeated, "duplicate key");
     return true;
 }
 

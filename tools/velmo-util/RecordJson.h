@@ -30,7 +30,9 @@ struct JsonError {
     std::string message() const;
 };
 
-// Parses a whole document; on a syntax error `error.problem` gives line and column.
+// Parses a whole document; on a syntax error `error.problem` gives line and
+// column. A key repeated within one object is an error too ("duplicate key",
+// with the key's dotted path).
 bool parseJson(const std::string& text, Json& document, JsonError& error);
 
 bool fromJson(const Json& document, STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT& record, JsonError& error);

@@ -30,10 +30,10 @@ public:
     int latestSerial() const { return latestSerial_; }
 
 private:
-    bool isTooOld(int serial) const;
-    float* slot(int serial) const;
-    void noteStored(int serial);
-    void printRow(float const* grid, int row, int k) const;
+    VELMO_LOCAL bool isTooOld(int serial) const;
+    VELMO_LOCAL float* slot(int serial) const;
+    VELMO_LOCAL void noteStored(int serial);
+    VELMO_LOCAL void printRow(float const* grid, int row, int k) const;
 
     int bufferId_;
     int gridW_;

@@ -50,7 +50,7 @@ public:
     int capacity() const { return capacity_; }
 
 private:
-    unsigned char* carve(const char* what, int index, int64_t count, int elementBytes);
+    VELMO_LOCAL unsigned char* carve(const char* what, int index, int64_t count, int elementBytes);
 
     unsigned char* base_;
     unsigned char* cursor_;
