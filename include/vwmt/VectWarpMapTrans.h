@@ -107,39 +107,39 @@ private:
 
     // Working array k as interleaved float points or as int32 values. The
     // carve keeps every array on the buffer's 4-byte alignment.
-    float* workPoints(int k) const { return reinterpret_cast<float*>(work_[k]); }
-    int* workInts(int k) const { return reinterpret_cast<int*>(work_[k]); }
+    VELMO_LOCAL float* workPoints(int k) const { return reinterpret_cast<float*>(work_[k]); }
+    VELMO_LOCAL int* workInts(int k) const { return reinterpret_cast<int*>(work_[k]); }
     // True when the working buffer is set and the current member sizes fit
     // what it was carved for; otherwise logs one line naming `caller` and what
     // is wrong.
-    bool workingBufferFits(const char* caller) const;
+    VELMO_LOCAL bool workingBufferFits(const char* caller) const;
 
     // Transform steps
     // True when the working buffer fits and both vector arrays are given;
     // otherwise logs one line naming `caller`.
-    bool transformInputsUsable(const char* caller, const double* inOisX, const double* inOisY);
+    VELMO_LOCAL bool transformInputsUsable(const char* caller, const double* inOisX, const double* inOisY);
     // Scales the caller's vectors in place by the OIS scale factors.
-    void scaleCallerVectors(const char* caller, double* inOisX, double* inOisY);
+    VELMO_LOCAL void scaleCallerVectors(const char* caller, double* inOisX, double* inOisY);
     // Copies the scaled vectors into working array 0 and unscales the caller's.
-    void takeScaledVectors(double* inOisX, double* inOisY);
+    VELMO_LOCAL void takeScaledVectors(double* inOisX, double* inOisY);
     // Working array 2 = the mesh of array 1 displaced by the vectors of array 0.
-    void displaceMeshByVectors(ImgSizeDescription const& d);
+    VELMO_LOCAL void displaceMeshByVectors(ImgSizeDescription const& d);
     // True when working array k was carved with at least `bytes` bytes; else
     // logs one line naming `caller`. For uses beyond those workingBufferFits
     // checks (the frame paths of oisVecToGrid).
-    bool workingArrayFits(int k, int64_t bytes, const char* caller) const;
+    VELMO_LOCAL bool workingArrayFits(int k, int64_t bytes, const char* caller) const;
 
-    void initOisOnSizes();
-    void initWithOffset(const double* vectOffset);
-    void resetConstructedState();
-    void clearWorkingArrays();
+    VELMO_LOCAL void initOisOnSizes();
+    VELMO_LOCAL void initWithOffset(const double* vectOffset);
+    VELMO_LOCAL void resetConstructedState();
+    VELMO_LOCAL void clearWorkingArrays();
     // Byte size of every working array for the current member sizes, by
     // array number; false when a size product does not fit 32 bits or a size
     // is negative.
-    bool carvedSizes(int64_t* bytes) const;
+    VELMO_LOCAL bool carvedSizes(int64_t* bytes) const;
     // Refusals of oisVecToGrid, checked before anything is written.
-    bool frameIsValid(VWMTInput const& in, VWMTOutput const& out) const;
-    void dumpVectors(VWMTInput const& in) const;
+    VELMO_LOCAL bool frameIsValid(VWMTInput const& in, VWMTOutput const& out) const;
+    VELMO_LOCAL void dumpVectors(VWMTInput const& in) const;
 
     int gridInW_;
     int gridInH_;
