@@ -47,8 +47,10 @@ inline uint32_t alignRoundF(float x, uint32_t n) {
 // Half of a size, as the half-resolution stages take it: a logical shift.
 inline int32_t halfSize(int32_t v) { return toField(static_cast<uint32_t>(v) >> 1); }
 
-// 2 x ceil(x x 0.5): up to the next even size.
-inline uint32_t ceilEven(float x) { return toUint32(ceil2(x)); }
+// 2 x ceil(x x 0.5): up to the next even size. Like every alignment, the
+// rounded quotient becomes an integer before it is multiplied, in 32-bit
+// unsigned arithmetic (a float product would saturate where this wraps).
+inline uint32_t ceilEven(float x) { return toUint32(std::ceil(x * 0.5f)) * 2u; }
 
 // 2 x floor(x x 0.5): down to the previous even size.
 inline float floorEven(float x) { return 2.0f * std::floor(x * 0.5f); }

@@ -52,6 +52,9 @@ FieldStats FieldStatsLanes(const PowerSavingParam& p) {
     VU sumX = hn::Zero(du);
     VU sumY = hn::Zero(du);
     FieldStats tail;
+    // Rows of no elements: not even their start is formed, since the planes
+    // may be null.
+    if (p._width < 1) return tail;
     for (int32_t r = 0; r < p._height; ++r) {
         const std::ptrdiff_t row = static_cast<std::ptrdiff_t>(r) * p._stride;
         const int32_t* xs = p._map_x + row;

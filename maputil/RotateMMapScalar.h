@@ -98,7 +98,9 @@ struct ScaledRow {
 };
 inline ScaledRow scaledRow(const RotationPlan& p, int32_t r) {
     const int32_t y = scaledSample(p.stepY, r);
-    if (!inside(y, p.srcHeight)) return {nullptr, nullptr};
+    // A map without columns has no rows to point at either (its stride may
+    // be anything, even negative).
+    if (!inside(y, p.srcHeight) || p.srcWidth < 1) return {nullptr, nullptr};
     const std::ptrdiff_t at = elementIndex(0, y, p.srcStride);
     return {p.srcX + at, p.srcY + at};
 }

@@ -537,4 +537,11 @@ TEST(FitFeatureSize, StopsWhenARoundChangesNothing) {
     EXPECT_EQ(out.main.fe_b.in_h, 0);
 }
 
+// Up to even: the half is rounded up and truncated before doubling, so the
+// doubling wraps in 32 bits where a float product would saturate.
+TEST(CeilEven, DoublesTheTruncatedHalfInUnsigned32Bits) {
+    EXPECT_EQ(velmo::gensize::ceilEven(4001.0f), 4002u);
+    EXPECT_EQ(velmo::gensize::ceilEven(4294967295.0f), 0u);  // 2^32: 2^31 x 2 wraps
+}
+
 }  // namespace

@@ -218,12 +218,19 @@ TEST(PowerSavingInput, UnreadablePlanesPrintOneLineAndGiveFalse) {
     }
 }
 
-// Null planes with no rows are never read: the documented no-row result.
-TEST(PowerSavingInput, NullPlanesWithoutRowsKeepTheNoRowResult) {
-    PowerSavingParam p{nullptr, nullptr, 8, 0, 8, 16, 3, 1, 2, 2, 1, 1, 1, 1};
-    const Outcome out = printedBy([&] { return PowerSaving(p); });
-    EXPECT_FALSE(out.result);
-    EXPECT_EQ(out.printed.substr(0, 45), "[PowerSaving] x magnitude max=-2147483648\n[Po");
+// Null planes with no rows, or rows of no elements, are never read (not even
+// a row's start is formed): the documented statistics of an empty field.
+TEST(PowerSavingInput, NullPlanesWithoutElementsKeepTheEmptyFieldResult) {
+    const struct {
+        int32_t width, height, stride;
+        bool result;  // -3 x 4: means of 0 / -12 = -0, below the thresholds
+    } cases[] = {{8, 0, 8, false}, {-3, 4, 8, true}, {0, 5, -7, false}};
+    for (const auto& c : cases) {
+        PowerSavingParam p{nullptr, nullptr, c.width, c.height, c.stride, 16, 3, 1, 2, 2, 1, 1, 1, 1};
+        const Outcome out = printedBy([&] { return PowerSaving(p); });
+        EXPECT_EQ(out.result, c.result);
+        EXPECT_EQ(out.printed.substr(0, 45), "[PowerSaving] x magnitude max=-2147483648\n[Po");
+    }
 }
 
 }  // namespace

@@ -291,6 +291,12 @@ TEST(RotateMMapInput, BadInputWritesNothingAndLogsTheField) {
          "[RotateMMap] _padding_x_img -8 starts the band at column -2\n"},
         {"band past the stride", [](RotateMMapParam& p) { p._stride_map_rot_buffer = 7; },
          "[RotateMMap] _stride_map_rot_buffer 7 is below the band end 8\n"},
+        {"band past the stride of a map with negative height",
+         [](RotateMMapParam& p) {
+             p._height_map = -3;
+             p._stride_map_rot_buffer = 7;
+         },
+         "[RotateMMap] _stride_map_rot_buffer 7 is below the band end 8\n"},
     };
     for (const BadInput& c : cases) {
         SCOPED_TRACE(c.what);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <initializer_list>
 #include <limits>
 
 #include "vwmt/core/FileBin.h"
@@ -23,6 +24,21 @@ int64_t countProduct(int64_t a, int64_t b) {
     if (__builtin_mul_overflow(a, b, &product))
         return (a < 0) != (b < 0) ? std::numeric_limits<int64_t>::min() : std::numeric_limits<int64_t>::max();
     return product;
+}
+
+// Negative sizes describe no table; an odd number of them gives a negative
+// count, which reads nothing, but an even number multiplies to a positive
+// count of elements the caller never provided room for.
+bool sizesDescribeTable(char const* reader, int64_t count, std::initializer_list<int64_t> sizes) {
+    if (count <= 0) return true;
+    for (const int64_t size : sizes) {
+        if (size < 0) {
+            std::printf("[CalibrationDataReader][%s] negative sizes give %lld elements\n", reader,
+                        static_cast<long long>(count));
+            return false;
+        }
+    }
+    return true;
 }
 
 // Reads `count` elements into a buffer that the arguments say holds exactly
@@ -66,15 +82,23 @@ int CalibrationDataReader::read_normalized_OpticalZoomPositions(double* out, cha
 }
 
 int CalibrationDataReader::read_meshVertXY(double* out, char const* path, int W, int H) {
-    return readTable(out, path, int64_t{2} * W * H);
+    const int64_t count = int64_t{2} * W * H;
+    if (!sizesDescribeTable("read_meshVertXY", count, {W, H})) return 1;
+    return readTable(out, path, count);
 }
 
 int CalibrationDataReader::read_meshVertLngLat(double* out, char const* path, int W, int H, int N) {
-    return readTable(out, path, countProduct(int64_t{2} * W * H, N));
+    const int64_t count = countProduct(int64_t{2} * W * H, N);
+    if (!sizesDescribeTable("read_meshVertLngLat", count, {W, H, N})) return 1;
+    return readTable(out, path, count);
 }
 
 int CalibrationDataReader::read_meshTriangleVertIndices(int* out, char const* path, int W, int H) {
-    return readTable(out, path, int64_t{6} * (int64_t{W} - 1) * (int64_t{H} - 1));
+    const int64_t cellsW = int64_t{W} - 1;
+    const int64_t cellsH = int64_t{H} - 1;
+    const int64_t count = 6 * cellsW * cellsH;
+    if (!sizesDescribeTable("read_meshTriangleVertIndices", count, {cellsW, cellsH})) return 1;
+    return readTable(out, path, count);
 }
 
 int CalibrationDataReader::readDoubleFromCSV(double* first, double* second, char const* path) {

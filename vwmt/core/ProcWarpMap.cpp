@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 
 #include "common/Numerics.h"
@@ -105,6 +106,15 @@ void ProcWarpMap::fmtTrnasOfCoordDef_GeoToPixel(float* out, float* in, int gridW
 }
 
 CenterOffset find_center_offset(int* mapX, int* mapY, int H, int W) {
+    // An empty plane has no centre to read.
+    if (H < 1 || W < 1) {
+        std::printf("[find_center_offset] planes of %d x %d have no centre\n", H, W);
+        return {0.0f, 0.0f};
+    }
+    if (mapX == nullptr || mapY == nullptr) {
+        std::printf("[find_center_offset] mapX or mapY is null\n");
+        return {0.0f, 0.0f};
+    }
     // 1. The two middle rows and columns (one and the same for odd sizes).
     const ptrdiff_t rowA = H >= 1 ? (H - 1) >> 1 : H >> 1;
     const ptrdiff_t rowB = H / 2;

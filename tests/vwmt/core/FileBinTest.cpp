@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -140,6 +141,34 @@ TEST(CalibrationDataReader, DegenerateMeshReadsNothing) {
     EXPECT_EQ(CalibrationDataReader::read_meshTriangleVertIndices(triangles.data(), tri.c_str(), 0, 2), 0);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "fread ret(0) != elementCount(-6)\n");
     EXPECT_EQ(triangles, std::vector<int>(6, -1));
+}
+
+// Two negative sizes multiply to a positive count the caller has no room
+// for: refused, one line, the buffer untouched.
+TEST(CalibrationDataReader, NegativeSizesWithAPositiveCountReadNothing) {
+    const std::string raw = writeRaw("negative_sizes.bin", std::vector<int>(64, 7));
+    std::vector<int> ints(4, -1);
+    std::vector<double> doubles(4, -1.0);
+    const struct {
+        std::function<int()> read;
+        const char* line;
+    } cases[] = {
+        {[&] { return CalibrationDataReader::read_meshTriangleVertIndices(ints.data(), raw.c_str(), 0, 0); },
+         "[CalibrationDataReader][read_meshTriangleVertIndices] negative sizes give 6 elements\n"},
+        {[&] { return CalibrationDataReader::read_meshTriangleVertIndices(ints.data(), raw.c_str(), -3, -1); },
+         "[CalibrationDataReader][read_meshTriangleVertIndices] negative sizes give 48 elements\n"},
+        {[&] { return CalibrationDataReader::read_meshVertXY(doubles.data(), raw.c_str(), -2, -2); },
+         "[CalibrationDataReader][read_meshVertXY] negative sizes give 8 elements\n"},
+        {[&] { return CalibrationDataReader::read_meshVertLngLat(doubles.data(), raw.c_str(), -1, 2, -1); },
+         "[CalibrationDataReader][read_meshVertLngLat] negative sizes give 4 elements\n"},
+    };
+    for (const auto& c : cases) {
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(c.read(), 1);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), c.line);
+    }
+    EXPECT_EQ(ints, std::vector<int>(4, -1));
+    EXPECT_EQ(doubles, std::vector<double>(4, -1.0));
 }
 
 TEST(CalibrationDataReader, MissingFilesFailEveryReader) {

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -122,6 +123,52 @@ TEST(MeshInterpolatorSeed, SingleColumnMeshDoesNotTrap) {
     std::vector<float> mesh(6, 0.0f), values(6, 1.0f), queries(8, 0.0f), out(8, -7.0f);
     interp.interpolateQueryVerticesOpt(mesh.data(), values.data(), queries.data(), out.data());
     EXPECT_EQ(out, std::vector<float>(8, -7.0f));  // no triangle, nothing written
+}
+
+// Sizes that describe no triangles (negative ones multiply to a positive
+// count), or triangles behind a null list or table: nothing is read or
+// written, one line per call.
+TEST(MeshInterpolatorInput, TrianglesTheSizeOrArraysDoNotDescribeAreNotRead) {
+    MemoryManager arena(4096, nullptr, 0, 0, 2, 2, 0, 0, 0, 0, 0, 0);
+    std::vector<int> tris(6, 0);
+    const struct {
+        int W, H, which;
+        int* triangles;
+        const char* line;
+    } cases[] = {
+        {-1, -1, 0, tris.data(), "a mesh of -2 x -2 cells has no 8 triangles\n"},
+        {0, -3, 0, tris.data(), "a mesh of -1 x -4 cells has no 8 triangles\n"},
+        {2, 2, 0, nullptr, "the triangle list or the corner table is null\n"},
+        {2, 2, 2, tris.data(), "the triangle list or the corner table is null\n"},
+    };
+    for (const auto& c : cases) {
+        MeshInterpolator interp(&arena, c.which, c.W, c.H, c.triangles, 2, 2);
+        std::vector<float> mesh(8, 0.0f), values(8, 1.0f), queries(8, 0.5f), out(8, -7.0f);
+        int tri = -5;
+        float bary[3] = {-7.0f, -7.0f, -7.0f};
+        const std::string prefix = "[MeshInterpolator][";
+        const struct {
+            const char* name;
+            std::function<void()> call;
+        } calls[] = {
+            {"fill_ref_MeshTriangleVertXY_In", [&] { interp.fill_ref_MeshTriangleVertXY_In(mesh.data()); }},
+            {"print_ref_MeshTriangleVertXY_In", [&] { interp.print_ref_MeshTriangleVertXY_In(); }},
+            {"interpolateByMesh", [&] { interp.interpolateByMesh(mesh.data(), values.data(), queries.data(), out.data()); }},
+            {"interpolateQueryVertices", [&] { interp.interpolateQueryVertices(values.data(), queries.data(), out.data()); }},
+            {"findTriangleBelonging", [&] { EXPECT_EQ(interp.findTriangleBelonging(0.5f, 0.5f, 0, &tri, bary), 0); }},
+            {"getApproximateLastTriangleVertIndices",
+             [&] { EXPECT_EQ(interp.getApproximateLastTriangleVertIndices(1.0f, 1.0f), 0); }},
+        };
+        for (const auto& call : calls) {
+            SCOPED_TRACE(std::string(call.name) + " " + c.line);
+            testing::internal::CaptureStdout();
+            call.call();
+            EXPECT_EQ(testing::internal::GetCapturedStdout(), prefix + call.name + "] " + c.line);
+        }
+        EXPECT_EQ(out, std::vector<float>(8, -7.0f));
+        EXPECT_EQ(tri, -5);
+        EXPECT_EQ(bary[0], -7.0f);
+    }
 }
 
 TEST(MeshInterpolatorApproximate, GuessAssumesAMeshAtTheOrigin) {

@@ -149,6 +149,28 @@ TEST(CenterOffset, SumWrapsInThirtyTwoBits) {
     EXPECT_EQ(offset.y, -1.0f);
 }
 
+// Planes without a centre, or without data, are not read.
+TEST(CenterOffset, EmptyOrNullPlanesPrintOneLineAndGiveZero) {
+    int plane[4] = {4, 4, 4, 4};
+    const struct {
+        int* x;
+        int* y;
+        int H, W;
+        const char* line;
+    } cases[] = {{plane, plane, 0, 4, "[find_center_offset] planes of 0 x 4 have no centre\n"},
+                 {plane, plane, -2, -2, "[find_center_offset] planes of -2 x -2 have no centre\n"},
+                 {plane, plane, 2, -1, "[find_center_offset] planes of 2 x -1 have no centre\n"},
+                 {nullptr, plane, 2, 2, "[find_center_offset] mapX or mapY is null\n"},
+                 {plane, nullptr, 2, 2, "[find_center_offset] mapX or mapY is null\n"}};
+    for (const auto& c : cases) {
+        testing::internal::CaptureStdout();
+        const auto offset = VWMT::find_center_offset(c.x, c.y, c.H, c.W);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), c.line);
+        EXPECT_EQ(offset.x, 0.0f);
+        EXPECT_EQ(offset.y, 0.0f);
+    }
+}
+
 TEST(EnlargeWithNAligned, Modes) {
     EXPECT_EQ(VWMT::enlargeWithNAligned(100, 0.5f, 16, ALIGN_CEIL), 64);
     EXPECT_EQ(VWMT::enlargeWithNAligned(100, 0.5f, 16, ALIGN_FLOOR), 48);
