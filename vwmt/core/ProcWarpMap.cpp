@@ -82,6 +82,8 @@ GridSample sampleAt(float position, int g) {
 
 void ProcWarpMap::fmtTrnasOfCoordDef_GeoToPixel(float* out, float* in, int gridW, int gridH, int imageW,
                                                 int imageH, int /*unused*/) {
+    // Rows without points write nothing; do not walk two billion of them.
+    if (gridW < 1) return;
     for (int r = 0; r < gridH; ++r) {
         const GridSample row = sampleAt(pixelCentreOnGrid(r, gridH, imageH), gridH);
         const float wy = row.fraction;
