@@ -17,3 +17,10 @@ if(VELMO_SANITIZE)
   target_compile_options(velmo_flags INTERFACE ${_velmo_san})
   target_link_options(velmo_flags INTERFACE ${_velmo_san})
 endif()
+
+# Coverage hooks for the fuzzer in every object; the fuzz targets alone link
+# its driver (tests/fuzz).
+if(VELMO_BUILD_FUZZ)
+  target_compile_options(velmo_flags INTERFACE -fsanitize=fuzzer-no-link)
+  target_link_options(velmo_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()

@@ -3,13 +3,14 @@
 #   1. native Release, warnings as errors; then the package it installs is
 #      used as an outside project would (scripts/check-consumer.sh);
 #   2. native with AddressSanitizer and UndefinedBehaviorSanitizer (any report fails);
-#   3. cross-compiled for aarch64 and run under qemu-user.
+#   3. cross-compiled for aarch64 and run under qemu-user;
+# then every fuzz target runs for 20 seconds with ASan and UBSan (clang).
 # Both architectures check against the same expected data, so a pass on both
 # means identical results.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-deps.sh --cross
+scripts/install-deps.sh --cross --fuzz
 
 jobs=$(nproc)
 build_dir=${VELMO_BUILD_ROOT:-build/ci}
@@ -33,4 +34,7 @@ UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
 run_suite aarch64 -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/aarch64-linux-gnu.cmake -DVELMO_BUILD_BENCH=OFF
 
-echo "=== all three suites and the consumer check passed"
+echo "=== fuzz smoke"
+scripts/fuzz-smoke.sh 20 "${build_dir}/fuzz"
+
+echo "=== all three suites, the consumer check and the fuzz smoke passed"

@@ -1,0 +1,147 @@
+#pragma once
+
+// Shared pieces of the fuzz targets: buffers of exactly the size a call is
+// entitled to (the sanitizer's redzone sits right after the last element),
+// and sizes drawn both from plausible ranges and from the whole int range.
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <initializer_list>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "common/Numerics.h"
+
+namespace velmo {
+namespace fuzz {
+
+// Refused calls print a line; on the fuzzer's console that is noise, and
+// in long runs the terminal becomes the bottleneck. Runs pass
+// -close_fd_mask=1 to keep standard output closed.
+
+// A heap block of exactly `count` elements (none: a live zero-byte block, so
+// that any access is reported). Elements start as `fill`.
+template <typename T>
+class Exact {
+public:
+    explicit Exact(int64_t count, T fill = T{}) : count_(count < 0 ? 0 : count) {
+        data_ = static_cast<T*>(std::malloc(static_cast<size_t>(count_) * sizeof(T)));
+        if (data_ == nullptr) data_ = static_cast<T*>(std::malloc(1));
+        for (int64_t i = 0; i < count_; ++i) data_[i] = fill;
+    }
+    ~Exact() { std::free(data_); }
+    Exact(const Exact&) = delete;
+    Exact& operator=(const Exact&) = delete;
+
+    T* get() const { return data_; }
+    int64_t size() const { return count_; }
+    T& operator[](int64_t i) const { return data_[i]; }
+    bool sameAs(const Exact& other) const {
+        return count_ == other.count_ &&
+               std::memcmp(data_, other.data_, static_cast<size_t>(count_) * sizeof(T)) == 0;
+    }
+
+private:
+    int64_t count_;
+    T* data_;
+};
+
+// Element counts the targets are willing to allocate.
+constexpr int64_t kMaxElements = int64_t{1} << 18;
+
+// Mostly a size in [lo, hi], sometimes anything at all (negative, huge,
+// the extremes), so that the refusals are exercised as well as the maths.
+inline int32_t size(FuzzedDataProvider& in, int32_t lo, int32_t hi) {
+    switch (in.ConsumeIntegralInRange<int>(0, 15)) {
+        case 0: return in.ConsumeIntegral<int32_t>();
+        case 1: return in.PickValueInArray<int32_t>({0, -1, 1, std::numeric_limits<int32_t>::min(),
+                                                     std::numeric_limits<int32_t>::max(), 65536});
+        default: return in.ConsumeIntegralInRange<int32_t>(lo, hi);
+    }
+}
+
+// Mostly a plain float in [lo, hi], sometimes any bit pattern (NaN, infinities).
+inline float value(FuzzedDataProvider& in, float lo, float hi) {
+    if (in.ConsumeIntegralInRange<int>(0, 15) == 0) {
+        const uint32_t bits = in.ConsumeIntegral<uint32_t>();
+        float f;
+        std::memcpy(&f, &bits, sizeof f);
+        return f;
+    }
+    return in.ConsumeFloatingPointInRange<float>(lo, hi);
+}
+
+inline double value(FuzzedDataProvider& in, double lo, double hi, bool) {
+    if (in.ConsumeIntegralInRange<int>(0, 15) == 0) {
+        const uint64_t bits = in.ConsumeIntegral<uint64_t>();
+        double d;
+        std::memcpy(&d, &bits, sizeof d);
+        return d;
+    }
+    return in.ConsumeFloatingPointInRange<double>(lo, hi);
+}
+
+// Product of sizes, or -1 when any is negative or the product is beyond what
+// a target allocates.
+inline int64_t elements(std::initializer_list<int64_t> sizes) {
+    int64_t n = 1;
+    for (const int64_t s : sizes) {
+        if (s < 0) return -1;
+        if (s != 0 && n > kMaxElements / s) return -1;
+        n *= s;
+    }
+    return n;
+}
+
+// Elements a plane of h rows of w used elements, `stride` apart, spans
+// ((h - 1) x stride + w; none when it has no element), or -1 when that is
+// beyond what a target allocates.
+inline int64_t planeElements(int32_t w, int32_t h, int32_t stride) {
+    if (w < 1 || h < 1) return 0;
+    const int64_t rows = elements({h - int64_t{1}, stride});
+    return rows < 0 || rows + w > kMaxElements ? -1 : rows + w;
+}
+
+// Aborts with a message so that the fuzzer records the input.
+[[noreturn]] inline void differs(const char* what) {
+    std::fprintf(stderr, "vector and scalar results differ: %s\n", what);
+    std::abort();
+}
+
+}  // namespace fuzz
+}  // namespace velmo
+
+namespace velmo {
+namespace fuzz {
+
+// Rewrites a few 32-bit words of a plain record of ints and floats: a nudge
+// of a plausible value, any integer, or any float bit pattern. Starting from
+// a realistic record keeps most inputs deep in the computation.
+template <typename Record>
+void mutateWords(FuzzedDataProvider& in, Record& record) {
+    static_assert(sizeof(Record) % 4 == 0, "a record of 32-bit words");
+    constexpr size_t kWords = sizeof(Record) / 4;
+    unsigned char* bytes = reinterpret_cast<unsigned char*>(&record);
+    const int edits = in.ConsumeIntegralInRange<int>(0, 6);
+    for (int e = 0; e < edits; ++e) {
+        const size_t at = 4 * in.ConsumeIntegralInRange<size_t>(0, kWords - 1);
+        int32_t word;
+        std::memcpy(&word, bytes + at, 4);
+        switch (in.ConsumeIntegralInRange<int>(0, 3)) {
+            case 0: word = velmo::wrapAdd(word, in.ConsumeIntegralInRange<int32_t>(-64, 64)); break;
+            case 1: word = in.ConsumeIntegral<int32_t>(); break;
+            case 2: word = in.ConsumeIntegralInRange<int32_t>(-2, 5000); break;
+            default: {
+                const float f = value(in, -5000.0f, 5000.0f);
+                std::memcpy(&word, &f, 4);
+            }
+        }
+        std::memcpy(bytes + at, &word, 4);
+    }
+}
+
+}  // namespace fuzz
+}  // namespace velmo
