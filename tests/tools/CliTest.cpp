@@ -19,6 +19,7 @@
 #include <cstring>
 #include <fstream>
 #include <initializer_list>
+#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -205,6 +206,40 @@ TEST(CliTest, InputErrorsExitTwoNamingTheKey) {
     result = run({"gensize", broken.c_str()});
     EXPECT_EQ(kInputError, result.status);
     EXPECT_NE(std::string::npos, result.err.find("line 1, column 15")) << result.err;
+}
+
+// Hostile inputs: each refused with the file, the key where there is one,
+// and exit 2, without reading on or crashing.
+TEST(CliTest, HostileInputsExitTwoNamingTheFileAndKey) {
+    const std::string huge = writeTempFile("velmo_huge.json", "{\"sensor_main\": {\"fov_w\": 1e400}}");
+    const std::string deep =
+        writeTempFile("velmo_deep.json", "{\"sensor_main\": " + std::string(50000, '[') + std::string(50000, ']') + "}");
+    const std::string large = writeTempFile("velmo_large.json", std::string((1 << 20) + 1, ' '));
+    const struct {
+        std::string path;
+        std::string err;  // after "velmo-util: <path>: "
+    } cases[] = {
+        {huge, "sensor_main.fov_w: [json.exception.out_of_range.406] number overflow parsing '1e400'"},
+        {deep, "sensor_main: nested deeper than 64 objects and arrays"},
+        {large, "larger than 1 MiB"},
+        {"/dev/zero", "not a regular file (use - for standard input)"},
+        {::testing::TempDir(), "not a regular file (use - for standard input)"},
+    };
+    for (const auto& c : cases) {
+        const Outcome result = run({"gensize", c.path.c_str()});
+        EXPECT_EQ(kInputError, result.status) << c.path;
+        EXPECT_EQ("velmo-util: " + c.path + ": " + c.err + "\n", result.err);
+        EXPECT_EQ("", result.out);
+    }
+}
+
+TEST(CliTest, DashReadsStandardInput) {
+    std::istringstream input(toJson(defaultConfig()).dump());
+    std::streambuf* saved = std::cin.rdbuf(input.rdbuf());
+    const Outcome result = run({"gensize", "-"});
+    std::cin.rdbuf(saved);
+    EXPECT_EQ(0, result.status) << result.err;
+    EXPECT_EQ(run({"gensize"}).out, result.out);
 }
 
 TEST(CliTest, UsageErrorsExitTwo) {

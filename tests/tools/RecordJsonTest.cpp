@@ -276,7 +276,7 @@ TEST_F(ConfigErrorTest, SyntaxErrorsGiveTheirPosition) {
     Json value;
     JsonError error;
     EXPECT_FALSE(parseJson("{\n  \"dpe_w\": 640,\n  \"dpe_h\": ,\n}", value, error));
-    EXPECT_EQ("", error.key);
+    EXPECT_EQ("dpe_h", error.key);
     EXPECT_NE(std::string::npos, error.problem.find("line 3")) << error.problem;
 }
 

@@ -4,9 +4,12 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
 
@@ -31,6 +34,7 @@ records (sensor_main, sensor_auxi, p1_main, ...) as nested objects. Every key
 must be present and known; integer fields take whole numbers within int32, float
 fields numbers that fit a float. The first problem is reported with its key,
 e.g. "sensor_main.fov_w: expected a number, got string", and exits 2.
+Inputs are regular files of at most 1 MiB, or - for standard input.
 `velmo-util default-config` prints a complete configuration to start from.
 feature_mode: bits 0-1 select the feature (1 SAT, 2 Velmo), bits 16-17 the
 per-frame crop mode (Velmo writes RRZ windows in crop mode 2 only).
@@ -114,18 +118,53 @@ void applyProperties(const std::vector<std::string>& assignments) {
     }
 }
 
+// Records are a few kilobytes; a megabyte is plenty and keeps /dev/zero or a
+// mistyped path to a video from being read without end.
+constexpr std::size_t kMaxInputBytes = std::size_t{1} << 20;
+
+// The text of `path`, a regular file, or of standard input for "-". False
+// with the reason otherwise.
+bool readInput(const std::string& path, std::string& text, std::string& problem) {
+    std::ifstream file;
+    std::istream* stream = &std::cin;
+    if (path != "-") {
+        struct stat info;
+        if (::stat(path.c_str(), &info) != 0) {
+            problem = "cannot read the file";
+            return false;
+        }
+        if (!S_ISREG(info.st_mode)) {
+            problem = "not a regular file (use - for standard input)";
+            return false;
+        }
+        file.open(path, std::ios::binary);
+        stream = &file;
+    }
+    text.resize(kMaxInputBytes + 1);
+    stream->read(&text[0], static_cast<std::streamsize>(text.size()));
+    if (stream->bad() || (path != "-" && !file.is_open())) {
+        problem = "cannot read the file";
+        return false;
+    }
+    text.resize(static_cast<std::size_t>(stream->gcount()));
+    if (text.size() > kMaxInputBytes) {
+        problem = "larger than 1 MiB";
+        return false;
+    }
+    return true;
+}
+
 template <typename Record>
 bool loadRecord(const std::string& path, Record& record, std::ostream& err) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    if (file) text << file.rdbuf();
-    if (!file) {
-        err << "velmo-util: " << path << ": cannot read the file\n";
+    std::string text;
+    std::string problem;
+    if (!readInput(path, text, problem)) {
+        err << "velmo-util: " << path << ": " << problem << '\n';
         return false;
     }
     Json document;
     JsonError error;
-    if (!parseJson(text.str(), document, error) || !fromJson(document, record, error)) {
+    if (!parseJson(text, document, error) || !fromJson(document, record, error)) {
         err << "velmo-util: " << path << ": " << error.message() << '\n';
         return false;
     }

@@ -136,22 +136,37 @@ bool parseJson(const std::string& text, Json& document, JsonError& error) {
     std::vector<std::set<std::string>> seen;
     std::vector<std::string> keys;
     std::string repeated;
+    int nesting = 0;
+    struct TooDeep {};
+    const auto currentPath = [&] {
+        std::string path;
+        for (const std::string& part : keys) {
+            if (!part.empty()) path = childPath(path, part.c_str());
+        }
+        return path;
+    };
     const Json::parser_callback_t watchKeys = [&](int, Json::parse_event_t event, Json& parsed) {
         switch (event) {
             case Json::parse_event_t::object_start:
                 seen.emplace_back();
                 keys.emplace_back();
+                if (++nesting > kMaxJsonNesting) throw TooDeep{};
+                break;
+            case Json::parse_event_t::array_start:
+                if (++nesting > kMaxJsonNesting) throw TooDeep{};
                 break;
             case Json::parse_event_t::object_end:
                 seen.pop_back();
                 keys.pop_back();
+                --nesting;
+                break;
+            case Json::parse_event_t::array_end:
+                --nesting;
                 break;
             case Json::parse_event_t::key: {
                 const std::string& key = parsed.get_ref<const std::string&>();
                 keys.back() = key;
-                if (!seen.back().insert(key).second && repeated.empty()) {
-                    for (const std::string& part : keys) repeated = childPath(repeated, part.c_str());
-                }
+                if (!seen.back().insert(key).second && repeated.empty()) repeated = currentPath();
                 break;
             }
             default:
@@ -159,11 +174,16 @@ bool parseJson(const std::string& text, Json& document, JsonError& error) {
         }
         return true;
     };
-    // nlohmann reports syntax errors only by exception; keep it to this spot.
+    // nlohmann reports syntax errors and numbers beyond a double (1e400) only
+    // by exception; keep them to this spot. Each is reported at the key being
+    // read when it happened.
     try {
         document = Json::parse(text, watchKeys);
-    } catch (const Json::parse_error& e) {
-        return fail(error, std::string(), e.what());
+    } catch (const TooDeep&) {
+        return fail(error, currentPath(),
+                    "nested deeper than " + std::to_string(kMaxJsonNesting) + " objects and arrays");
+    } catch (const Json::exception& e) {
+        return fail(error, currentPath(), e.what());
     }
     if (!repeated.empty()) return fail(error, repeated, "duplicate key");
     return true;

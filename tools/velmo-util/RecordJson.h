@@ -30,9 +30,14 @@ struct JsonError {
     std::string message() const;
 };
 
+// Records nest two levels deep; a document nested deeper than this is refused
+// before it is built.
+constexpr int kMaxJsonNesting = 64;
+
 // Parses a whole document; on a syntax error `error.problem` gives line and
-// column. A key repeated within one object is an error too ("duplicate key",
-// with the key's dotted path).
+// column, and `error.key` the key being read. A key repeated within one object
+// is an error too ("duplicate key", with the key's dotted path), as are
+// numbers beyond a double and nesting beyond kMaxJsonNesting.
 bool parseJson(const std::string& text, Json& document, JsonError& error);
 
 bool fromJson(const Json& document, STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT& record, JsonError& error);
