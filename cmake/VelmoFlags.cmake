@@ -18,6 +18,14 @@ if(VELMO_SANITIZE)
   target_link_options(velmo_flags INTERFACE ${_velmo_san})
 endif()
 
+if(VELMO_SANITIZE_THREAD)
+  if(VELMO_SANITIZE)
+    message(FATAL_ERROR "ThreadSanitizer does not combine with VELMO_SANITIZE")
+  endif()
+  target_compile_options(velmo_flags INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+  target_link_options(velmo_flags INTERFACE -fsanitize=thread)
+endif()
+
 # Coverage hooks for the fuzzer in every object; the fuzz targets alone link
 # its driver (tests/fuzz).
 if(VELMO_BUILD_FUZZ)

@@ -4,7 +4,8 @@
 #      used as an outside project would (scripts/check-consumer.sh);
 #   2. native with AddressSanitizer and UndefinedBehaviorSanitizer (any report fails);
 #   3. cross-compiled for aarch64 and run under qemu-user;
-# then every fuzz target runs for 20 seconds with ASan and UBSan (clang).
+# then the thread test runs under ThreadSanitizer, and every fuzz target for
+# 20 seconds with ASan and UBSan (clang).
 # Both architectures check against the same expected data, so a pass on both
 # means identical results.
 set -euo pipefail
@@ -34,7 +35,13 @@ UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
 run_suite aarch64 -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_TOOLCHAIN_FILE=cmake/toolchains/aarch64-linux-gnu.cmake -DVELMO_BUILD_BENCH=OFF
 
+echo "=== threads: ThreadSanitizer"
+cmake -S . -B "${build_dir}/tsan" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELMO_SANITIZE_THREAD=ON \
+  -DVELMO_BUILD_TOOLS=OFF -DVELMO_BUILD_BENCH=OFF -DVELMO_WERROR=ON >/dev/null
+cmake --build "${build_dir}/tsan" -j"${jobs}" --target vwmt_thread_test
+TSAN_OPTIONS=halt_on_error=1 "${build_dir}/tsan/tests/vwmt/vwmt_thread_test"
+
 echo "=== fuzz smoke"
 scripts/fuzz-smoke.sh 20 "${build_dir}/fuzz"
 
-echo "=== all three suites, the consumer check and the fuzz smoke passed"
+echo "=== all three suites, the consumer check, the thread test and the fuzz smoke passed"

@@ -9,10 +9,11 @@
 #include "platform/Log.h"
 #include "vwmt/VectWarpMapTrans.h"
 
-// Text of the vector dump; shared by every transformer in the process, so
-// frames must not be processed from two threads while logging is on.
-char tempStrX[4096];
-char tempStrY[4096];
+// Text of the vector dump. One pair per thread: separate transformers may run
+// their frames on separate threads with logging on. (The names are internal
+// to the library, not exported.)
+thread_local char tempStrX[4096];
+thread_local char tempStrY[4096];
 
 namespace {
 

@@ -16,8 +16,8 @@
 #include "vwmt/TransformerTestSupport.h"
 #include "vwmt/VectWarpMapTrans.h"
 
-extern char tempStrX[4096];
-extern char tempStrY[4096];
+extern thread_local char tempStrX[4096];
+extern thread_local char tempStrY[4096];
 
 // Every heap allocation of this test program passes through here, so a frame
 // can be checked for allocations.
