@@ -97,12 +97,20 @@ inline int64_t elements(std::initializer_list<int64_t> sizes) {
 }
 
 // Elements a plane of h rows of w used elements, `stride` apart, spans
-// ((h - 1) x stride + w; none when it has no element), or -1 when that is
-// beyond what a target allocates.
+// ((h - 1) x stride + w), or -1 when that is beyond what a target allocates.
+// Sizes that describe no plane (a row shorter than its elements included)
+// get none: the call must then read nothing.
 inline int64_t planeElements(int32_t w, int32_t h, int32_t stride) {
-    if (w < 1 || h < 1) return 0;
+    if (w < 1 || h < 1 || stride < w) return 0;
     const int64_t rows = elements({h - int64_t{1}, stride});
     return rows < 0 || rows + w > kMaxElements ? -1 : rows + w;
+}
+
+// Elements of `rows` whole rows of `stride` elements: none when either is
+// not positive, -1 when beyond what a target allocates.
+inline int64_t rowsElements(int32_t rows, int32_t stride) {
+    if (rows < 1 || stride < 1) return 0;
+    return elements({rows, stride});
 }
 
 // Aborts with a message so that the fuzzer records the input.

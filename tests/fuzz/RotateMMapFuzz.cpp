@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t bytes) {
 
     const int64_t srcCount =
         velmo::fuzz::planeElements(w, h, stride);
-    const int64_t dstCount = velmo::fuzz::elements({dstH, dstStride});
+    const int64_t dstCount = velmo::fuzz::rowsElements(dstH, dstStride);
     if (srcCount < 0 || srcCount > velmo::fuzz::kMaxElements || dstCount < 0) return 0;
 
     Exact<int32_t> srcX(srcCount), srcY(srcCount);
