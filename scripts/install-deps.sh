@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what building velmoUtil needs on Debian 12 (run as root).
-#   scripts/install-deps.sh          native build, tools, tests and benchmarks
+#   scripts/install-deps.sh          native build, tools, Python package, tests and benchmarks
 #   scripts/install-deps.sh --cross  also the aarch64 cross toolchain, qemu-user
 #                                    and the arm64 test libraries
 #   scripts/install-deps.sh --fuzz   also clang and its sanitizer and libFuzzer
@@ -9,7 +9,8 @@
 set -euo pipefail
 
 packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev
-          libhwy-dev nlohmann-json3-dev libcli11-dev)
+          libhwy-dev nlohmann-json3-dev libcli11-dev
+          pybind11-dev python3-dev python3-numpy python3-matplotlib python3-pytest)
 for option in "$@"; do
   case "${option}" in
     --cross)

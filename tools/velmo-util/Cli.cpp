@@ -14,6 +14,7 @@
 #include <CLI/CLI.hpp>
 
 #include "DefaultConfig.h"
+#include "MapCommands.h"
 #include "RecordJson.h"
 #include "common/Numerics.h"
 #include "gensize/GenSize.h"
@@ -307,12 +308,15 @@ int runVelmoUtil(int argc, const char* const* argv, std::ostream& out, std::ostr
     frame->add_option("CONFIG", options.configPath, "Configuration record, JSON")->type_name("CONFIG.json");
     addPropertyAndLogOptions(*frame, options);
 
+    MapCommands mapCommands(app);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         return app.exit(e, out, err) == 0 ? 0 : kInputError;
     }
 
+    if (mapCommands.parsed()) return mapCommands.run(out, err);
     if (defaults->parsed()) {
         out << toJson(defaultConfig()).dump(2) << '\n';
         return 0;

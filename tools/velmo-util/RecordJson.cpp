@@ -9,6 +9,7 @@
 #include <set>
 #include <vector>
 
+#include "MapRecordJson.h"
 #include "RecordFields.h"
 
 namespace velmo {
@@ -219,6 +220,8 @@ Json toJson(const STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT& record) { return writeV
 Json toJson(const STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT& record) { return writeValue(record); }
 Json toJson(const STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT& record) { return writeValue(record); }
 Json toJson(const STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT& record) { return writeValue(record); }
+
+#include "MapRecordJson.inc"
 
 }  // namespace cli
 }  // namespace velmo
