@@ -225,11 +225,14 @@ TEST(CliTest, HostileInputsExitTwoNamingTheFileAndKey) {
         {"/dev/zero", "not a regular file (use - for standard input)"},
         {::testing::TempDir(), "not a regular file (use - for standard input)"},
     };
-    for (const auto& c : cases) {
-        const Outcome result = run({"gensize", c.path.c_str()});
-        EXPECT_EQ(kInputError, result.status) << c.path;
-        EXPECT_EQ("velmo-util: " + c.path + ": " + c.err + "\n", result.err);
-        EXPECT_EQ("", result.out);
+    // The map commands read their JSON through the same door.
+    for (const char* command : {"gensize", "oisgrid", "merge", "rotate-mmap", "power-saving"}) {
+        for (const auto& c : cases) {
+            const Outcome result = run({command, c.path.c_str()});
+            EXPECT_EQ(kInputError, result.status) << command << " " << c.path;
+            EXPECT_EQ("velmo-util: " + c.path + ": " + c.err + "\n", result.err) << command;
+            EXPECT_EQ("", result.out);
+        }
     }
 }
 

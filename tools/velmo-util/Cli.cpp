@@ -4,12 +4,9 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
 
@@ -119,47 +116,11 @@ void applyProperties(const std::vector<std::string>& assignments) {
     }
 }
 
-// Records are a few kilobytes; a megabyte is plenty and keeps /dev/zero or a
-// mistyped path to a video from being read without end.
-constexpr std::size_t kMaxInputBytes = std::size_t{1} << 20;
-
-// The text of `path`, a regular file, or of standard input for "-". False
-// with the reason otherwise.
-bool readInput(const std::string& path, std::string& text, std::string& problem) {
-    std::ifstream file;
-    std::istream* stream = &std::cin;
-    if (path != "-") {
-        struct stat info;
-        if (::stat(path.c_str(), &info) != 0) {
-            problem = "cannot read the file";
-            return false;
-        }
-        if (!S_ISREG(info.st_mode)) {
-            problem = "not a regular file (use - for standard input)";
-            return false;
-        }
-        file.open(path, std::ios::binary);
-        stream = &file;
-    }
-    text.resize(kMaxInputBytes + 1);
-    stream->read(&text[0], static_cast<std::streamsize>(text.size()));
-    if (stream->bad() || (path != "-" && !file.is_open())) {
-        problem = "cannot read the file";
-        return false;
-    }
-    text.resize(static_cast<std::size_t>(stream->gcount()));
-    if (text.size() > kMaxInputBytes) {
-        problem = "larger than 1 MiB";
-        return false;
-    }
-    return true;
-}
-
 template <typename Record>
 bool loadRecord(const std::string& path, Record& record, std::ostream& err) {
     std::string text;
     std::string problem;
-    if (!readInput(path, text, problem)) {
+    if (!readJsonText(path, text, problem)) {
         err << "velmo-util: " << path << ": " << problem << '\n';
         return false;
     }

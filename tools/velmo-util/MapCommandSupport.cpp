@@ -37,6 +37,7 @@ std::string childPath(const std::string& parent, const std::string& name) {
 template <typename T>
 bool readRawFile(const std::string& key, const std::string& path, int64_t count, std::vector<T>& plane,
                  JsonError& error) {
+    if (namesNonRegularFile(path)) return fail(error, key, "raw file " + path + " is not a regular file");
     std::ifstream file(path, std::ios::binary | std::ios::ate);
     if (!file) return fail(error, key, "cannot read the raw file " + path);
     const std::streamoff bytes = file.tellg();
@@ -146,15 +147,14 @@ void applyMapProperties(const std::vector<std::string>& assignments) {
 }
 
 bool readJsonDocument(const std::string& path, Json& document, std::ostream& err) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    if (file) text << file.rdbuf();
-    if (!file) {
-        err << "velmo-util: " << path << ": cannot read the file\n";
+    std::string text;
+    std::string problem;
+    if (!readJsonText(path, text, problem)) {
+        err << "velmo-util: " << path << ": " << problem << '\n';
         return false;
     }
     JsonError error;
-    if (!parseJson(text.str(), document, error)) {
+    if (!parseJson(text, document, error)) {
         err << "velmo-util: " << path << ": " << error.message() << '\n';
         return false;
     }

@@ -5,11 +5,15 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iostream>
 #include <limits>
 #include <set>
 #include <vector>
 
 #include "MapRecordJson.h"
+#include <sys/stat.h>
+
 #include "RecordFields.h"
 
 namespace velmo {
@@ -187,6 +191,41 @@ bool parseJson(const std::string& text, Json& document, JsonError& error) {
         return fail(error, currentPath(), e.what());
     }
     if (!repeated.empty()) return fail(error, repeated, "duplicate key");
+    return true;
+}
+
+bool namesNonRegularFile(const std::string& path) {
+    struct stat info;
+    return ::stat(path.c_str(), &info) == 0 && !S_ISREG(info.st_mode);
+}
+
+bool readJsonText(const std::string& path, std::string& text, std::string& problem) {
+    std::ifstream file;
+    std::istream* stream = &std::cin;
+    if (path != "-") {
+        if (namesNonRegularFile(path)) {
+            problem = "not a regular file (use - for standard input)";
+            return false;
+        }
+        file.open(path, std::ios::binary);
+        if (!file.is_open()) {
+            problem = "cannot read the file";
+            return false;
+        }
+        stream = &file;
+    }
+    // One byte more than allowed tells a file at the limit from a longer one.
+    text.resize(kMaxJsonInputBytes + 1);
+    stream->read(&text[0], static_cast<std::streamsize>(text.size()));
+    if (stream->bad()) {
+        problem = "cannot read the file";
+        return false;
+    }
+    text.resize(static_cast<std::size_t>(stream->gcount()));
+    if (text.size() > kMaxJsonInputBytes) {
+        problem = "larger than 1 MiB";
+        return false;
+    }
     return true;
 }
 

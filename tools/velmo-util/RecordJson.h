@@ -10,6 +10,7 @@
 // NaN and infinity, which JSON cannot express, are written as null (and null
 // is never accepted on input).
 
+#include <cstddef>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -29,6 +30,19 @@ struct JsonError {
 
     std::string message() const;
 };
+
+// JSON inputs are records of a few kilobytes; a megabyte is plenty and keeps
+// /dev/zero or a mistyped path to a video from being read without end.
+constexpr std::size_t kMaxJsonInputBytes = std::size_t{1} << 20;
+
+// The text of `path`, which must be a regular file of at most
+// kMaxJsonInputBytes, or of standard input for "-". False with the reason
+// ("cannot read the file", "not a regular file ...", "larger than 1 MiB").
+bool readJsonText(const std::string& path, std::string& text, std::string& problem);
+
+// Whether `path` names something that exists but is not a regular file (a
+// device, a pipe, a directory; symbolic links followed).
+bool namesNonRegularFile(const std::string& path);
 
 // Records nest two levels deep; a document nested deeper than this is refused
 // before it is built.
