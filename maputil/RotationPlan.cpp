@@ -131,6 +131,9 @@ bool planRotation(const RotateMMapParam& p, RotationPlan& plan) {
     // No rows: nothing is written, whatever the planes are.
     if (p._height_map_rot_buffer < 1) return false;
     if (!rowsCanBeWritten(p, band)) return false;
+    // A band of no columns writes nothing on any row; do not walk two billion
+    // of them.
+    if (band.width < 1) return false;
 
     plan.srcX = p._map_x;
     plan.srcY = p._map_y;

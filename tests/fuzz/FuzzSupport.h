@@ -8,9 +8,9 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <initializer_list>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <limits>
 
 #include "common/Numerics.h"
@@ -18,12 +18,11 @@
 namespace velmo {
 namespace fuzz {
 
-// Refused calls print a line; on the fuzzer's console that is noise, and
-// in long runs the terminal becomes the bottleneck. Runs pass
-// -close_fd_mask=1 to keep standard output closed.
+// (Refused calls print a line on standard output; the runs close it with
+// -close_fd_mask=1, or the terminal becomes the bottleneck.)
 
-// A heap block of exactly `count` elements (none: a live zero-byte block, so
-// that any access is reported). Elements start as `fill`.
+// A heap block of exactly `count` elements; for none, a block of zero bytes
+// (the sanitizer reports any element read from it). Elements start as `fill`.
 template <typename T>
 class Exact {
 public:

@@ -33,8 +33,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t bytes) {
         queryXY[2 * k + 1] = velmo::fuzz::value(in, -50.0f, 530.0f);
     }
 
-    // Corner tables are arena arrays sized for the mesh.
-    const int meshW = W > 0 && W < 4096 ? W : 2, meshH = H > 0 && H < 4096 ? H : 2;
+    // Corner tables are arena arrays, and an interpolator relies on its arena
+    // being carved for its mesh (as every caller's is): sizes without a mesh
+    // get a small arena, to be refused before it is touched.
+    if (W > 4096 || H > 4096) return 0;
+    const int meshW = W > 0 ? W : 2, meshH = H > 0 ? H : 2;
     VWMT::MemoryManager arena(1 << 20, nullptr, 0, 0, meshW, meshH, 0, 0, 0, 0, 0, 0);
     const int which = in.ConsumeIntegralInRange<int>(0, 2);
     VWMT::MeshInterpolator interp(&arena, which, W, H, triangles.get(), queryW, queryH);

@@ -170,7 +170,8 @@ template <class Corners, class Counter>
 void interpolateGrid(const MeshShape& shape, const int* triangles, const Corners& corners,
                      Counter& counter, int queryW, int queryH, const float* values,
                      const float* queryXY, float* out) {
-    if (!shape.hasCells()) return;
+    // Rows of no query points write nothing; do not walk two billion of them.
+    if (!shape.hasCells() || queryW < 1) return;
     int rowStartTri = 0;
     int prevTri = 0;
     int tri = 0;
