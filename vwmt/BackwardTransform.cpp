@@ -103,8 +103,8 @@ void VectWarpMapTrans::paddingWarpGridOpt(float* vertices, float* values, float*
     // The rotated canvas, shifted so that the source sits centred in it.
     MeshGridUtility::sampleUniformMeshGrid(grid, w, h, 0.0f, static_cast<float>(g.rotImg.size.w), 0.0f,
                                            static_cast<float>(g.rotImg.size.h));
-    const float hX = static_cast<float>(velmo::wrapSub(g.rotImg.size.w, g.srcImg.size.w) / 2);
-    const float hY = static_cast<float>(velmo::wrapSub(g.rotImg.size.h, g.srcImg.size.h) / 2);
+    const float hX = static_cast<float>(velmo::halfDifference(g.rotImg.size.w, g.srcImg.size.w));
+    const float hY = static_cast<float>(velmo::halfDifference(g.rotImg.size.h, g.srcImg.size.h));
     const int64_t count = int64_t{w} * h;
     for (int64_t k = 0; k < count; ++k) {
         grid[2 * k] -= hX;

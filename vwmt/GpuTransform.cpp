@@ -53,8 +53,8 @@ float warpMapQuery(int i, int lines, int pixels, int sourceOffset) {
 
 void fillWarpMapQueries(float* queries, int contentW, int contentH, int outW, int outH,
                         GridFromOisParam const& g) {
-    const int offsetX = velmo::sdiv(velmo::wrapSub(g.rotImg.size.w, g.srcImg.size.w), 2);
-    const int offsetY = velmo::sdiv(velmo::wrapSub(g.rotImg.size.h, g.srcImg.size.h), 2);
+    const int offsetX = velmo::halfDifference(g.rotImg.size.w, g.srcImg.size.w);
+    const int offsetY = velmo::halfDifference(g.rotImg.size.h, g.srcImg.size.h);
     for (int j = 0; j < contentH; ++j) {
         const float y = warpMapQuery(j, contentH, outH, offsetY);
         for (int i = 0; i < contentW; ++i) {

@@ -6,8 +6,8 @@
 #include <cstdint>
 
 #include "common/Numerics.h"
-#include "common/Trig.h"
 #include "platform/Log.h"
+#include "vwmt/RotationAngle.h"
 #include "vwmt/VectWarpMapTrans.h"
 #include "vwmt/core/Transpose.h"
 
@@ -16,8 +16,6 @@ namespace {
 constexpr const char* kTag = "OISWarpMap";
 // 1.0 in the warp engine's Q14 weight format.
 constexpr int32_t kUnitWeight = 16384;
-// Degrees to radians as the warp pipeline has always converted them.
-constexpr double kDegToRad = 0.01745329;
 
 void logGridParam(const char* fn, VWMT_DIRECTION dir, int srcW, int srcH, int rzW, int rzH, int cropX, int cropY,
                   int cropW, int cropH, int rotW, int rotH, float rotAngle) {
@@ -41,10 +39,6 @@ bool planesMissing(int** out) {
 // Plus one half in double, then truncation: negative values move toward zero
 // (-1.7 is stored as -1), as the warp engine expects.
 int32_t toFixed5(float scaled) { return velmo::toInt32(static_cast<double>(scaled) + 0.5); }
-
-// Half of an integer difference, truncated toward zero; the difference wraps
-// as the 32-bit original did.
-int32_t halfDifference(int a, int b) { return velmo::wrapSub(a, b) / 2; }
 
 }  // namespace
 
@@ -74,11 +68,10 @@ void VectWarpMapTrans::getGridFromResizeCropRot(int** out, int srcW, int srcH, i
     int* weight = out[2];
 
     // Uses the rotated size as given, not its default.
-    const float hX = static_cast<float>(halfDifference(srcW, rotW));
-    const float hY = static_cast<float>(halfDifference(srcH, rotH));
-    const float theta = static_cast<float>(static_cast<double>(rotAngle) * kDegToRad);
+    const float hX = static_cast<float>(velmo::halfDifference(srcW, rotW));
+    const float hY = static_cast<float>(velmo::halfDifference(srcH, rotH));
     float s = 0.0f, c = 0.0f;
-    velmo::trig::sincosf(theta, &s, &c);
+    velmo::sinCosOfDegrees(rotAngle, &s, &c);
 
     const float cXf = static_cast<float>(cX), cYf = static_cast<float>(cY);
     const float cWf = static_cast<float>(cW), cHf = static_cast<float>(cH);
@@ -160,8 +153,8 @@ void VectWarpMapTrans::getGridFromOisResizeCropRot(int** out, int* arrX, int* ar
 
     // The forward grid refers to the rotated image; re-centre it on the source.
     const bool forward = dir == 0;
-    const float hX = forward ? static_cast<float>(halfDifference(srcW, rotW)) : 0.0f;
-    const float hY = forward ? static_cast<float>(halfDifference(srcH, rotH)) : 0.0f;
+    const float hX = forward ? static_cast<float>(velmo::halfDifference(srcW, rotW)) : 0.0f;
+    const float hY = forward ? static_cast<float>(velmo::halfDifference(srcH, rotH)) : 0.0f;
     for (int j = 0; j < h; ++j) {
         const int* srcX = arrX + static_cast<ptrdiff_t>(j) * w;
         const int* srcY = arrY + static_cast<ptrdiff_t>(j) * w;

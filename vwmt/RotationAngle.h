@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+
+#include "common/Numerics.h"
 #include "common/Trig.h"
 
 namespace velmo {
@@ -11,5 +14,10 @@ inline void sinCosOfDegrees(float degrees, float* s, float* c) {
     const float theta = static_cast<float>(static_cast<double>(degrees) * 0.01745329);
     trig::sincosf(theta, s, c);
 }
+
+// Half of a size difference, truncated toward zero: the offset of one image
+// centred inside another (a source inside its rotated canvas). The
+// difference wraps at 32 bits like the camera stack's arithmetic.
+inline int32_t halfDifference(int32_t a, int32_t b) { return wrapSub(a, b) / 2; }
 
 }  // namespace velmo

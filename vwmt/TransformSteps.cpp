@@ -25,10 +25,6 @@ void copyPoints(float* dst, const float* src, int64_t count) {
     std::memmove(dst, src, static_cast<size_t>(count) * 2 * sizeof(float));
 }
 
-// Half the growth of the rotated image over the source, truncated toward zero:
-// the offset of the source inside the rotated canvas.
-int32_t halfGrowth(int32_t rotated, int32_t source) { return velmo::wrapSub(rotated, source) / 2; }
-
 // Pixels to 5 fractional bits after the grid-corner shift, in double, halves
 // away from zero.
 int32_t toFixedAfterCornerShift(float v) {
@@ -107,8 +103,8 @@ void VectWarpMapTrans::warpMapTransformation_byMeshOpt(int* arrX, int* arrY, flo
     VWMT::MeshInterpolator mesh(arena_, 0, contentW_, contentH_, workInts(13), contentW_, contentH_);
     // The output grid spans the rotated image; its nodes are pixel centres
     // of the source placed inside the rotated canvas.
-    const float hX = static_cast<float>(halfGrowth(g.rotImg.size.w, g.srcImg.size.w));
-    const float hY = static_cast<float>(halfGrowth(g.rotImg.size.h, g.srcImg.size.h));
+    const float hX = static_cast<float>(velmo::halfDifference(g.rotImg.size.w, g.srcImg.size.w));
+    const float hY = static_cast<float>(velmo::halfDifference(g.rotImg.size.h, g.srcImg.size.h));
     const float spanX = static_cast<float>(velmo::wrapSub(outW, 1));
     const float spanY = static_cast<float>(velmo::wrapSub(outH, 1));
     const float lastCol = static_cast<float>(contentW_ - 1);
