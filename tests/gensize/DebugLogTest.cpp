@@ -6,83 +6,44 @@
 #include <gtest/gtest.h>
 
 #include "gensize/GenSize.h"
+#include "gensize/SizingConfig.h"
 #include "support/LogCapture.h"
 
 namespace {
 
 using velmo::testing::LogCapture;
 
-std::vector<std::size_t> pieceSizes(const LogCapture& log) {
-    std::vector<std::size_t> sizes;
-    for (const auto& line : log.lines()) sizes.push_back(line.text.size());
-    return sizes;
-}
-
-TEST(ShowLog, TextUpTo1024BytesIsOneLine) {
-    LogCapture log;
-    const std::string text(1024, 'a');
-    showLog(text);
-    ASSERT_EQ(log.lines().size(), 1u);
-    EXPECT_EQ(log.lines()[0].text, text);
-    EXPECT_EQ(log.lines()[0].tag, "GenSize");
-    EXPECT_EQ(log.lines()[0].module, 0x10004001);
-}
-
-TEST(ShowLog, CutsBeforeTheFirstNewlineFromByte900) {
-    LogCapture log;
-    std::string text(1025, 'b');
-    text[899] = '\n';  // before byte 900: not a cut point
-    text[950] = '\n';
-    text[1000] = '\n';
-    showLog(text);
-    ASSERT_EQ(pieceSizes(log), (std::vector<std::size_t>{950, 75}));
-    EXPECT_EQ(log.lines()[0].text, text.substr(0, 950));
-    EXPECT_EQ(log.lines()[1].text, text.substr(950));
-}
-
-TEST(ShowLog, CutBeyond1024BytesGivesALongerPiece) {
-    LogCapture log;
-    std::string text(1500, 'c');
-    text[1200] = '\n';
-    showLog(text);
-    EXPECT_EQ(pieceSizes(log), (std::vector<std::size_t>{1200, 300}));
-}
-
-TEST(ShowLog, TextWithoutNewlineGoesOutIn1024BytePieces) {
-    LogCapture log;
-    std::string text(3000, 'd');
-    text[500] = '\n';  // too early to cut at
-    showLog(text);
-    ASSERT_EQ(pieceSizes(log), (std::vector<std::size_t>{1024, 1024, 952}));
-    EXPECT_EQ(log.lines()[0].text + log.lines()[1].text + log.lines()[2].text, text);
-}
-
-TEST(ShowLog, EachLaterPieceIsCutAgainFromItsOwnByte900) {
-    LogCapture log;
-    std::string text(2600, 'e');
-    text[1000] = '\n';  // first cut
-    text[1950] = '\n';  // 950 bytes into the remainder
-    showLog(text);
-    EXPECT_EQ(pieceSizes(log), (std::vector<std::size_t>{1000, 950, 650}));
-}
-
-TEST(ShowLog, LongRecordDumpIsSplitAtLineEnds) {
-    STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT out{};
-    const std::string text = out.toString();
-    ASSERT_GT(text.size(), 2048u);
-    LogCapture log;
-    showLog(text);
-    std::string joined;
-    for (std::size_t i = 0; i < log.lines().size(); ++i) {
-        const std::string& piece = log.lines()[i].text;
-        EXPECT_LE(piece.size(), 1024u);
-        if (i > 0) {
-            EXPECT_EQ(piece.front(), '\n');
+// Pieces are cut before the first newline from byte 900 of what is left, or
+// at 1024 bytes when there is none; every piece goes out under the library's tag.
+TEST(ShowLog, CutsEachPieceAtTheFirstNewlineFromItsByte900) {
+    struct Case {
+        std::size_t size;
+        std::vector<std::size_t> newlines;
+        std::vector<std::size_t> pieces;
+    };
+    const Case cases[] = {
+        {1024, {}, {1024}},
+        {1025, {899, 950, 1000}, {950, 75}},  // 899 is too early to cut at
+        {1500, {1200}, {1200, 300}},          // a late cut gives a piece over 1024
+        {3000, {500}, {1024, 1024, 952}},
+        {2600, {1000, 1950}, {1000, 950, 650}},  // 950 bytes into the remainder
+    };
+    for (const Case& k : cases) {
+        std::string text(k.size, 'a');
+        for (std::size_t at : k.newlines) text[at] = '\n';
+        LogCapture log;
+        showLog(text);
+        std::vector<std::size_t> sizes;
+        std::string joined;
+        for (const auto& line : log.lines()) {
+            sizes.push_back(line.text.size());
+            joined += line.text;
+            EXPECT_EQ(line.tag, "GenSize");
+            EXPECT_EQ(line.module, 0x10004001);
         }
-        joined += piece;
+        EXPECT_EQ(sizes, k.pieces) << k.size;
+        EXPECT_EQ(joined, text) << k.size;
     }
-    EXPECT_GE(log.lines().size(), 3u);
-    EXPECT_EQ(joined, text);
 }
 
 // ---- configuration debug dumps -------------------------------------------------
@@ -106,43 +67,25 @@ protected:
 };
 
 STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT sampleConfig() {
-    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT in{};
-    in.sensor_main.pixel_array_width = 4000;
-    in.sensor_auxi.pixel_array_width = 3264;
+    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT in = velmo::testing::dualTwelveMegapixel(2);
     in.ai_depth_enable = 1;
-    in.ai_depth_temporal_enable = 0;
-    in.rrz_output_main_w = 1920;
-    in.rrz_output_main_h = 1080;
-    in.p1_fe_main_w = 1280;
-    in.p1_fe_main_h = 720;
-    in.dpe_w = 640;
-    in.dpe_h = 360;
-    in.dpe_w_rot = 360;
-    in.dpe_h_rot = 640;
     in.ai_tracking_w = 320;
     in.ai_tracking_h = 180;
     in.has_mdp = -1;
     in.module_layout = 2;
     in.module_orient = 1;
     in.flow_rotate_type = 1;
-    in.enable_gpu = 0;
     in.only_crop_ratio = 1;
     in.module_angle = 0.5f;
-    in.module_variation = 1.0f;
     in.focal_length = 4.25f;
     in.baseline = 12.5f;
-    in.cell_size = 1.0f;
     in.dpe_cand_num = 64;
     in.dpe_dv_lsb_sft = 1;
-    in.align_wpe_in_w = 64;
     in.align_wpe_out_w = 32;
-    in.align_dpe_in_w = 16;
     in.align_dpe_out_w = 128;
     in.align_ai_depth_in_w = 8;
     in.align_ai_depth_in_h = 4;
     in.align_gpu_in_w = 256;
-    in.align_gpu_in_h = 2;
-    in.align_fe_in_w = 16;
     in.align_fe_in_h = 8;
     return in;
 }
