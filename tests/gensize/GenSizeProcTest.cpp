@@ -3,8 +3,10 @@
 // per-frame windows, stage sizes and failure lines are pinned by
 // GenSizeReferenceTest.
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -99,6 +101,16 @@ std::vector<std::string> GenSizeProcTest::debugBlock(const char* level, int32_t 
     return start == 0 ? std::vector<std::string>{} : std::vector<std::string>(lines.begin() + start, lines.end());
 }
 
+// "[GenSizeProc] <name>\n" per name; a bracketed name is a record header.
+std::vector<std::string> labels(std::initializer_list<const char*> names) {
+    std::vector<std::string> lines;
+    for (const char* name : names) {
+        lines.push_back(name[0] == '[' ? std::string("[GensizeProc]") + name + "[DEBUG]\n"
+                                       : std::string("[GenSizeProc] ") + name + "\n");
+    }
+    return lines;
+}
+
 TEST_F(GenSizeProcTest, DebugBlockFollowsTheLevelProperty) {
     EXPECT_TRUE(debugBlock("0", kVelmoCropTwo).empty());
 
@@ -106,31 +118,28 @@ TEST_F(GenSizeProcTest, DebugBlockFollowsTheLevelProperty) {
     ASSERT_FALSE(level1.empty());
     EXPECT_EQ(level1.front(),
               "[GenSizeProc] Feature: Velmo, crop_mode: 2, zoom_ratio: 2.000000, zoom_constraint: 3.906250\n");
-    const std::vector<std::string> levelOneLabels = {
-        "[GensizeProc][STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT][DEBUG]\n",
-        "[GensizeProc][STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT][DEBUG]\n",
-        "[GensizeProc][STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT][DEBUG]\n",
-        "[GenSizeProc] zoom_ratio: 2.000000\n",
-        "[GenSizeProc] p1_main\n",
-        "[GenSizeProc] p1_auxi\n",
-        "[GensizeProc][STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT][DEBUG]\n",
-        "[GenSizeProc] rrz_zoom_main\n",
-        "[GenSizeProc] rrz_zoom_auxi\n",
-        "[GenSizeProc] traw_main\n",
-        "[GenSizeProc] traw_auxi\n",
-    };
-    EXPECT_TRUE(inOrder(level1, levelOneLabels));
-    EXPECT_FALSE(inOrder(level1, {"[GenSizeProc] main wpe_traw_init\n"}));
-    EXPECT_FALSE(inOrder(level1, {"[GenSizeProc] wpe_main_fe_b\n"}));
+    const std::vector<std::string> records =
+        labels({"[STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT]", "====== sensor_main ======", "====== sensor_auxi ======",
+                "[STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT]", "main rrz_init", "auxi rrz_init",
+                "[STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT]", "zoom_ratio: 2.000000", "p1_main", "p1_auxi",
+                "[STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT]", "rrz_zoom_main", "rrz_zoom_auxi", "traw_main", "traw_auxi"});
+    EXPECT_TRUE(inOrder(level1, records));
 
-    // Level 2 adds the configuration stages and, after traw_auxi, the seven per-frame stages.
-    std::vector<std::string> levelTwoLabels = levelOneLabels;
-    levelTwoLabels.insert(levelTwoLabels.begin() + 2, "[GenSizeProc] main wpe_traw_init\n");
-    for (const char* stage : {"wpe_main_fe_b", "wpe_auxi_fe_b", "wpe_main_fe_c", "wpe_auxi_fe_c", "wpe_main_n3d",
-                              "wpe_sub_n3d", "dpe"}) {
-        levelTwoLabels.push_back(std::string("[GenSizeProc] ") + stage + "\n");
-    }
-    EXPECT_TRUE(inOrder(debugBlock("2", kVelmoCropTwo), levelTwoLabels));
+    // Level 2 adds the configuration stages (the motion map section shows the
+    // depth stage) and the seven per-frame stages.
+    const std::vector<std::string> stages =
+        labels({"main wpe_traw_init", "sub wpe_traw_init", "main p1_init", "auxi p1_init", "main fe_b_init",
+                "main fe_c_init", "auxi fe_b_init", "auxi fe_c_init", "dpe_init", "me_init",
+                "[STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT]", "traw_auxi", "wpe_main_fe_b", "wpe_auxi_fe_b",
+                "wpe_main_fe_c", "wpe_auxi_fe_c", "wpe_main_n3d", "wpe_sub_n3d", "dpe"});
+    EXPECT_FALSE(inOrder(level1, {stages.front()}));
+    EXPECT_FALSE(inOrder(level1, {stages[12]}));
+    const std::vector<std::string> level2 = debugBlock("2", kVelmoCropTwo);
+    EXPECT_TRUE(inOrder(level2, records));
+    EXPECT_TRUE(inOrder(level2, stages));
+    const auto meInit = std::find(level2.begin(), level2.end(), "[GenSizeProc] me_init\n");
+    ASSERT_NE(meInit, level2.end());
+    EXPECT_EQ(meInit[1].rfind("[STEREO_KERNEL_GEN_SIZE_DPE_STAGE_STRUCT]", 0), 0u);
 
     // The all-zero feature word is SAT in crop mode 1.
     const std::vector<std::string> sat = debugBlock("1", 0);

@@ -28,6 +28,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -164,13 +165,6 @@ protected:
     velmo::testing::LogCapture log_;
 };
 
-template <typename Case, size_t N>
-std::vector<const Case*> allOf(const Case (&cases)[N]) {
-    std::vector<const Case*> out;
-    for (const Case& c : cases) out.push_back(&c);
-    return out;
-}
-
 template <typename Case>
 std::string caseName(const ::testing::TestParamInfo<const Case*>& info) {
     return info.param->name;
@@ -189,7 +183,7 @@ TEST_P(GenSizeInitReference, MatchesTheModel) {
     expectRecord(c.name, "in (must stay unchanged)", in, kInitInFields, c.in);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, GenSizeInitReference, ::testing::ValuesIn(allOf(kInitCases)),
+INSTANTIATE_TEST_SUITE_P(Cases, GenSizeInitReference, ::testing::Range(std::cbegin(kInitCases), std::cend(kInitCases)),
                          caseName<InitCase>);
 
 // The lines GenSizeProc writes itself when it repairs a window, fails or meets
@@ -218,7 +212,7 @@ TEST_P(GenSizeProcReference, MatchesTheModel) {
     EXPECT_EQ(procOwnLines(log_), c.logLines) << c.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, GenSizeProcReference, ::testing::ValuesIn(allOf(kProcCases)),
+INSTANTIATE_TEST_SUITE_P(Cases, GenSizeProcReference, ::testing::Range(std::cbegin(kProcCases), std::cend(kProcCases)),
                          caseName<ProcCase>);
 
 }  // namespace

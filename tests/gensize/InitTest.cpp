@@ -1,8 +1,9 @@
 // GenSizeInit's result codes with their exact log lines, the choices around
-// the fitting loop that the reference cases do not pin (boundaries, logging,
-// the debug property), showErrorLog and enlargeWithNAligned. The record
+// the fitting loop and the depth stage's boundaries that the reference cases
+// do not pin, the debug property, showErrorLog and enlargeWithNAligned. The record
 // arithmetic itself is pinned by GenSizeReferenceTest.
 
+#include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
@@ -23,12 +24,8 @@ using Config = STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT;
 using Output = STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT;
 
 const char* const kVersionLine = "[GenSizeInit] version v3.0.47.20240321\n";
-const char* const kLevelZeroLine = "[GENSIZE][GenSizeInit] debugLevel: 0\n";
 const char* const kVelmoLine = "[GENSIZE][GenSizeInit] Init Velmo Mode On!\n";
 const char* const kSatLine = "[GENSIZE][GenSizeInit] Init SAT Mode On!\n";
-const char* const kFbLine = "[GenSizeInit] Estimated fb            : 1228800.00 mm.pixel\n";
-const char* const kRangeLine = "[GenSizeInit] Estimated working range : 4857 to 76800 mm\n";
-const char* const kPassLine = "[GenSizeInit] GEN_SIZE_PASS\n";
 
 class GenSizeInitTest : public ::testing::Test {
 protected:
@@ -48,18 +45,6 @@ protected:
         return found;
     }
 
-    // Everything logged after the pass line, joined: showLog's pieces put
-    // back together.
-    std::string dumpAfterPass() const {
-        std::string joined;
-        bool seen = false;
-        for (const auto& text : log.texts()) {
-            if (seen) joined += text;
-            if (text == kPassLine) seen = true;
-        }
-        return joined;
-    }
-
     ScopedProperties properties;
     LogCapture log;
     Output out{};
@@ -72,12 +57,13 @@ TEST_F(GenSizeInitTest, PassLogsHeaderEstimatesAndBothDumps) {
     const auto lines = log.texts();
     ASSERT_GE(lines.size(), 7u);
     EXPECT_EQ(std::vector<std::string>(lines.begin(), lines.begin() + 6),
-              (std::vector<std::string>{kVersionLine, kLevelZeroLine, kVelmoLine, kFbLine, kRangeLine, kPassLine}));
-    for (const auto& line : log.lines()) {
-        EXPECT_EQ(line.tag, "GenSize");
-        EXPECT_EQ(line.module, 0x10004001);
-    }
-    EXPECT_EQ(dumpAfterPass(), in.toString() + out.toString());
+              (std::vector<std::string>{kVersionLine, "[GENSIZE][GenSizeInit] debugLevel: 0\n", kVelmoLine,
+                                        "[GenSizeInit] Estimated fb            : 1228800.00 mm.pixel\n",
+                                        "[GenSizeInit] Estimated working range : 4857 to 76800 mm\n",
+                                        "[GenSizeInit] GEN_SIZE_PASS\n"}));
+    std::string dump;  // showLog's pieces put back together
+    for (std::size_t i = 6; i < lines.size(); ++i) dump += lines[i];
+    EXPECT_EQ(dump, in.toString() + out.toString());
 
     in.has_mdp = -1;  // GenSizeProc's own call announces itself first
     ASSERT_EQ(run(in), 0u);
@@ -193,6 +179,79 @@ TEST_F(GenSizeInitTest, DebugLevelComesFromThePropertyAndSticks) {
     properties.set("vendor.debug.velmoUtil.gensize.debuglevel", "verbose");  // atoi gives 0
     run(plainConfig());
     EXPECT_EQ(GENSIZE::debugLevel, 0);
+}
+
+// ---- the depth stage and the up-to-even step, at boundaries the whole records miss ----
+
+// What SetDPE starts from; the rest of the record holds a recognisable
+// pattern, so a field written too early or not at all stands out.
+Output depthInput(int nocW, int nocH) {
+    Output out;
+    std::memset(&out, 0x55, sizeof out);
+    out.dpe.dpe_noc_w = out.dpe.dpe_noc_w_no_rot = nocW;
+    out.dpe.dpe_noc_h = out.dpe.dpe_noc_h_no_rot = nocH;
+    out.dpe.dpe_padding = 32;
+    out.main.fe_b.grid_w = out.main.fe_b.grid_h = 28;
+    out.auxi.fe_b.grid_w = out.auxi.fe_b.grid_h = 4;
+    return out;
+}
+
+TEST(SetDpe, AiTrackingRatiosMustShareABand) {
+    struct Case {
+        int trackW, trackH;
+        int noRotW, noRotH;
+        int code;
+    };
+    // Ratios depth / tracking on each axis: high [1, 999), middle [0.25, 1),
+    // low anything else.
+    const Case cases[] = {
+        {640, 10, 640, 9989, 0},  // 1.0 and 998.9: both high
+        {100, 100, 99, 100, 5},   // 0.99 and 1.0
+        {100, 1, 10, 1000, 0},    // 0.1 and 1000: both low
+        {400, 400, 100, 396, 0},  // 0.25 and 0.99: both middle
+        {100, 100, 100, 24, 5},   // 1.0 and 0.24
+        {0, 100, 1, 1000, 0},     // a zero tracking size disables the check
+    };
+    for (const Case& k : cases) {
+        Config cfg = plainConfig();
+        cfg.align_wpe_in_w = 1;
+        cfg.ai_tracking_w = k.trackW;
+        cfg.ai_tracking_h = k.trackH;
+        Output out = depthInput(640, 360);
+        out.dpe.dpe_noc_w_no_rot = k.noRotW;
+        out.dpe.dpe_noc_h_no_rot = k.noRotH;
+        EXPECT_EQ(SetDPE(out, cfg), k.code) << k.noRotW << "/" << k.trackW << ", " << k.noRotH << "/" << k.trackH;
+    }
+}
+
+// pad2 = 32 x ceil(noc_w / 544): 32, 64 from 545, 96 from 1089; dv_w =
+// (noc_w + pad2) >> 1, its buffer aligned up to 16. The frame, noc_w plus 32
+// on both sides, may be 4096 wide; a wider one stops before the disparity map.
+TEST(SetDpe, DisparityPaddingPer544PixelTileAndFrameWidthLimit) {
+    struct Case {
+        int nocW, code, dvW, dvBufW;
+    };
+    const Case cases[] = {
+        {544, 0, 288, 288},     {545, 0, 304, 304},   {1088, 0, 576, 576},
+        {1089, 0, 592, 592},    {600, 0, 332, 336},   {4032, 0, 2144, 2144},
+        {4033, ERR_DPE_IN_W_MAXIMUM, 0x55555555, 0x55555555},
+    };
+    for (const Case& k : cases) {
+        Config cfg = plainConfig();
+        cfg.align_wpe_in_w = 1;
+        Output out = depthInput(k.nocW, 361);
+        EXPECT_EQ(SetDPE(out, cfg), k.code) << k.nocW;
+        EXPECT_EQ(out.dpe.dpe_frm_w, k.nocW + 64);
+        EXPECT_EQ(out.dpe.dpe_dv_w, k.dvW) << k.nocW;
+        EXPECT_EQ(out.dpe.dpe_dv_buf_w, k.dvBufW) << k.nocW;
+    }
+}
+
+// Up to even: the half is rounded up and truncated before doubling, so the
+// doubling wraps in 32 bits where a float product would saturate.
+TEST(CeilEven, DoublesTheTruncatedHalfInUnsigned32Bits) {
+    EXPECT_EQ(velmo::gensize::ceilEven(4001.0f), 4002u);
+    EXPECT_EQ(velmo::gensize::ceilEven(4294967295.0f), 0u);  // 2^32: 2^31 x 2 wraps
 }
 
 TEST(ShowErrorLog, EveryCodeLogsItsFixedText) {
