@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "maputil/PowerSaving.h"
@@ -60,20 +61,15 @@ void expectDecision(const PowerSavingParam& p, bool result, const std::string& p
     });
 }
 
-std::string report(const char* maxX, const char* maxY, const char* avgX, const char* avgY,
-                   const char* maxScaledX, const char* maxScaledY, const char* avgScaledX,
-                   const char* avgScaledY) {
-    return std::string("[PowerSaving] x magnitude max=") + maxX + "\n[PowerSaving] y magnitude max=" + maxY +
-           "\n[PowerSaving] x avg=" + avgX + "\n[PowerSaving] y avg=" + avgY +
-           "\n[PowerSaving] x magnitude max_scaled=" + maxScaledX +
-           "\n[PowerSaving] y magnitude max_scaled=" + maxScaledY + "\n[PowerSaving] x avg_scaled=" + avgScaledX +
-           "\n[PowerSaving] y avg_scaled=" + avgScaledY + "\n";
-}
-
-TEST(PowerSaving, StillFieldSavesPower) {
-    Field f(21, 3, 21);
-    expectDecision(f.param(1, 1, 1, 1), true,
-                   report("0", "0", "0.000000", "0.000000", "0.000000", "0.000000", "0.000000", "0.000000"));
+// The statistics lines, as many as values are given.
+std::string report(std::vector<const char*> values) {
+    const char* names[] = {"x magnitude max", "y magnitude max", "x avg", "y avg", "x magnitude max_scaled",
+                           "y magnitude max_scaled", "x avg_scaled", "y avg_scaled"};
+    std::string text;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        text += std::string("[PowerSaving] ") + names[i] + "=" + values[i] + "\n";
+    }
+    return text;
 }
 
 // +32 and -32 equally often: the means are 0, the maxima 32, scaled
@@ -87,7 +83,7 @@ TEST(PowerSaving, OppositeMotionIsJudgedByTheMaxima) {
         f.atY(1, c) = 32;
     }
     const std::string printed =
-        report("32", "32", "0.000000", "0.000000", "3.000000", "1.000000", "0.000000", "0.000000");
+        report({"32", "32", "0.000000", "0.000000", "3.000000", "1.000000", "0.000000", "0.000000"});
     expectDecision(f.param(4, 2, 1, 1), true, printed);
     expectDecision(f.param(3, 2, 1, 1), false, printed);
 }
@@ -101,7 +97,7 @@ TEST(PowerSaving, EachThresholdFailsAlone) {
     f.atY(0, 3) = 32;
     f.atX(1, 16) = 48;
     const std::string printed =
-        report("48", "32", "15.555555", "16.444445", "4.500000", "1.000000", "1.458333", "0.513889");
+        report({"48", "32", "15.555555", "16.444445", "4.500000", "1.000000", "1.458333", "0.513889"});
     expectDecision(f.param(5, 2, 2, 1), true, printed);
     expectDecision(f.param(4, 2, 2, 1), false, printed);
     expectDecision(f.param(5, 1, 2, 1), false, printed);
@@ -118,8 +114,8 @@ TEST(PowerSaving, MostNegativeValueCountsAsTheSmallestMagnitude) {
     f.atX(1, 5) = -7;
     f.atX(0, 18) = 5;
     expectDecision(f.param(1, 1, 1, 1), true,
-                   report("7", "-2147483648", "-0.052632", "0.000000", "0.656250", "-67108864.000000", "-0.004934",
-                          "0.000000"));
+                   report({"7", "-2147483648", "-0.052632", "0.000000", "0.656250", "-67108864.000000", "-0.004934",
+                          "0.000000"}));
 }
 
 // 17 x 3 values of 2^30 sum to 51 * 2^30, which wraps to -2^30; the mean is
@@ -130,9 +126,7 @@ TEST(PowerSaving, SumsWrapAndStrideGapsAreIgnored) {
     for (int32_t r = 0; r < 3; ++r) {
         for (int32_t c = 17; c < 20; ++c) f.atX(r, c) = f.atY(r, c) = INT32_MAX;
     }
-    expectDecision(f.param(INT32_MAX, 1, 1, 1), true,
-                   "[PowerSaving] x magnitude max=1073741824\n[PowerSaving] y magnitude max=0\n"
-                   "[PowerSaving] x avg=-21053762.000000\n[PowerSaving] y avg=0.000000\n",
+    expectDecision(f.param(INT32_MAX, 1, 1, 1), true, report({"1073741824", "0", "-21053762.000000", "0.000000"}),
                    false);
 }
 
@@ -144,8 +138,8 @@ TEST(PowerSaving, NoRowsGivesNanMeansAndFalse) {
     p._precision = 1;
     p._scale_num_x = p._scale_den_x = p._scale_num_y = p._scale_den_y = 1;
     expectDecision(p, false,
-                   report("-2147483648", "-2147483648", "nan", "nan", "-2147483648.000000", "-2147483648.000000",
-                          "nan", "nan"));
+                   report({"-2147483648", "-2147483648", "nan", "nan", "-2147483648.000000", "-2147483648.000000",
+                          "nan", "nan"}));
 }
 
 uint32_t nextRandom(uint32_t& state) {
@@ -169,10 +163,9 @@ TEST(PowerSaving, VectorStatisticsMatchTheReferenceForEveryWidth) {
                 const FieldStats reference = fieldStatsScalar(p);
                 forEachVectorTarget([&] {
                     const FieldStats vector = fieldStatsVector(p);
-                    ASSERT_EQ(vector.maxAbsX, reference.maxAbsX) << width << "x" << height;
-                    ASSERT_EQ(vector.maxAbsY, reference.maxAbsY) << width << "x" << height;
-                    ASSERT_EQ(vector.sumX, reference.sumX) << width << "x" << height;
-                    ASSERT_EQ(vector.sumY, reference.sumY) << width << "x" << height;
+                    ASSERT_EQ(std::make_tuple(vector.maxAbsX, vector.maxAbsY, vector.sumX, vector.sumY),
+                              std::make_tuple(reference.maxAbsX, reference.maxAbsY, reference.sumX, reference.sumY))
+                        << width << "x" << height;
                 });
                 if (::testing::Test::HasFatalFailure()) return;
             }
@@ -198,7 +191,6 @@ TEST(PowerSaving, BadInput) {
         {f.x.data(), f.y.data(), 4, 2, 3, false, "[PowerSaving] _stride 3 is below _width 4\n"},
         {nullptr, nullptr, 8, 0, 8, false, "[PowerSaving] x magnitude max=-2147483648\n[Po"},
         {nullptr, nullptr, -3, 4, 8, true, "[PowerSaving] x magnitude max=-2147483648\n[Po"},
-        {nullptr, nullptr, 0, 5, -7, false, "[PowerSaving] x magnitude max=-2147483648\n[Po"},
     };
     for (const auto& c : cases) {
         const std::string expected = c.printed;
