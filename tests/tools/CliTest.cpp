@@ -214,17 +214,11 @@ TEST(CliTest, DashReadsStandardInput) {
 }
 
 TEST(CliTest, UsageErrorsExitTwo) {
+    // Options follow their command.
     const std::vector<std::vector<std::string>> misuses = {
-        {},
-        {"gensize", "--format", "xml"},
-        {"gensize", "--prop", "no-equals-sign"},
-        {"gensize", "--prop", "=value"},
-        {"gensize-proc", "only-one.json"},
-        {"gensize", "--verbose"},
-        {"resize"},
-        {"--log", "gensize"},  // options follow their command
-        {"default-config", "--log"},
-    };
+        {}, {"gensize", "--format", "xml"}, {"gensize", "--prop", "no-equals-sign"}, {"gensize", "--prop", "=value"},
+        {"gensize-proc", "only-one.json"}, {"gensize", "--verbose"}, {"resize"}, {"--log", "gensize"},
+        {"default-config", "--log"}};
     for (const auto& args : misuses) EXPECT_EQ(kInputError, run(args).status) << (args.empty() ? "" : args[0]);
 
     const Outcome help = run({"--help"});
