@@ -3,6 +3,8 @@
 // Shared pieces of the fuzz targets: buffers of exactly the size a call is
 // entitled to (the sanitizer's redzone sits right after the last element),
 // and sizes drawn both from plausible ranges and from the whole int range.
+// (Refused calls print a line on standard output; the runs close it with
+// -close_fd_mask=1, or the terminal becomes the bottleneck.)
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -12,14 +14,12 @@
 #include <cstring>
 #include <initializer_list>
 #include <limits>
+#include <type_traits>
 
 #include "common/Numerics.h"
 
 namespace velmo {
 namespace fuzz {
-
-// (Refused calls print a line on standard output; the runs close it with
-// -close_fd_mask=1, or the terminal becomes the bottleneck.)
 
 // A heap block of exactly `count` elements; for none, a block of zero bytes
 // (the sanitizer reports any element read from it). Elements start as `fill`.
@@ -39,8 +39,7 @@ public:
     int64_t size() const { return count_; }
     T& operator[](int64_t i) const { return data_[i]; }
     bool sameAs(const Exact& other) const {
-        return count_ == other.count_ &&
-               std::memcmp(data_, other.data_, static_cast<size_t>(count_) * sizeof(T)) == 0;
+        return count_ == other.count_ && std::memcmp(data_, other.data_, static_cast<size_t>(count_) * sizeof(T)) == 0;
     }
 
 private:
@@ -62,25 +61,16 @@ inline int32_t size(FuzzedDataProvider& in, int32_t lo, int32_t hi) {
     }
 }
 
-// Mostly a plain float in [lo, hi], sometimes any bit pattern (NaN, infinities).
-inline float value(FuzzedDataProvider& in, float lo, float hi) {
-    if (in.ConsumeIntegralInRange<int>(0, 15) == 0) {
-        const uint32_t bits = in.ConsumeIntegral<uint32_t>();
-        float f;
-        std::memcpy(&f, &bits, sizeof f);
-        return f;
-    }
-    return in.ConsumeFloatingPointInRange<float>(lo, hi);
-}
-
-inline double value(FuzzedDataProvider& in, double lo, double hi, bool) {
-    if (in.ConsumeIntegralInRange<int>(0, 15) == 0) {
-        const uint64_t bits = in.ConsumeIntegral<uint64_t>();
-        double d;
-        std::memcpy(&d, &bits, sizeof d);
-        return d;
-    }
-    return in.ConsumeFloatingPointInRange<double>(lo, hi);
+// Mostly a plain float or double in [lo, hi], sometimes any bit pattern (NaN,
+// infinities).
+template <typename F>
+F value(FuzzedDataProvider& in, F lo, F hi) {
+    using Bits = std::conditional_t<sizeof(F) == 4, uint32_t, uint64_t>;
+    if (in.ConsumeIntegralInRange<int>(0, 15) != 0) return in.ConsumeFloatingPointInRange<F>(lo, hi);
+    const Bits bits = in.ConsumeIntegral<Bits>();
+    F f;
+    std::memcpy(&f, &bits, sizeof f);
+    return f;
 }
 
 // Product of sizes, or -1 when any is negative or the product is beyond what
@@ -88,8 +78,7 @@ inline double value(FuzzedDataProvider& in, double lo, double hi, bool) {
 inline int64_t elements(std::initializer_list<int64_t> sizes) {
     int64_t n = 1;
     for (const int64_t s : sizes) {
-        if (s < 0) return -1;
-        if (s != 0 && n > kMaxElements / s) return -1;
+        if (s < 0 || (s != 0 && n > kMaxElements / s)) return -1;
         n *= s;
     }
     return n;
@@ -105,24 +94,11 @@ inline int64_t planeElements(int32_t w, int32_t h, int32_t stride) {
     return rows < 0 || rows + w > kMaxElements ? -1 : rows + w;
 }
 
-// Elements of `rows` whole rows of `stride` elements: none when either is
-// not positive, -1 when beyond what a target allocates.
-inline int64_t rowsElements(int32_t rows, int32_t stride) {
-    if (rows < 1 || stride < 1) return 0;
-    return elements({rows, stride});
-}
-
 // Aborts with a message so that the fuzzer records the input.
 [[noreturn]] inline void differs(const char* what) {
     std::fprintf(stderr, "vector and scalar results differ: %s\n", what);
     std::abort();
 }
-
-}  // namespace fuzz
-}  // namespace velmo
-
-namespace velmo {
-namespace fuzz {
 
 // Rewrites a few 32-bit words of a plain record of ints and floats: a nudge
 // of a plausible value, any integer, or any float bit pattern. Starting from
@@ -130,11 +106,9 @@ namespace fuzz {
 template <typename Record>
 void mutateWords(FuzzedDataProvider& in, Record& record) {
     static_assert(sizeof(Record) % 4 == 0, "a record of 32-bit words");
-    constexpr size_t kWords = sizeof(Record) / 4;
     unsigned char* bytes = reinterpret_cast<unsigned char*>(&record);
-    const int edits = in.ConsumeIntegralInRange<int>(0, 6);
-    for (int e = 0; e < edits; ++e) {
-        const size_t at = 4 * in.ConsumeIntegralInRange<size_t>(0, kWords - 1);
+    for (int edits = in.ConsumeIntegralInRange<int>(0, 6); edits > 0; --edits) {
+        const size_t at = 4 * in.ConsumeIntegralInRange<size_t>(0, sizeof(Record) / 4 - 1);
         int32_t word;
         std::memcpy(&word, bytes + at, 4);
         switch (in.ConsumeIntegralInRange<int>(0, 3)) {

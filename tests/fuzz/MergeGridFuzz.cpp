@@ -8,7 +8,7 @@
 #include "vwmt/CombWarpMapTrans.h"
 #include "vwmt/MergeConversions.h"
 
-using velmo::fuzz::Exact;
+using namespace velmo::fuzz;
 
 namespace {
 
@@ -29,15 +29,13 @@ void compareConversions(FuzzedDataProvider& in) {
     Exact<float> vec(2 * n), ref(2 * n);
     velmo::comb::interleaveFromFixedPoint(xs.get(), ys.get(), vec.get(), n);
     velmo::comb::interleaveFromFixedPointScalar(xs.get(), ys.get(), ref.get(), n);
-    if (!vec.sameAs(ref)) velmo::fuzz::differs("interleaveFromFixedPoint");
-    for (int64_t k = 0; k < 2 * n; ++k)
-        vec[k] = ref[k] = in.ConsumeBool() ? velmo::fuzz::value(in, -1e9f, 1e9f) : vec[k];
+    if (!vec.sameAs(ref)) differs("interleaveFromFixedPoint");
+    for (int64_t k = 0; k < 2 * n; ++k) vec[k] = ref[k] = in.ConsumeBool() ? value(in, -1e9f, 1e9f) : vec[k];
     Exact<float> workVec(2 * n), workRef(2 * n);
     Exact<int> outXVec(n), outYVec(n), outXRef(n), outYRef(n);
     velmo::comb::splitAndFixPoint(vec.get(), n, workVec.get(), outXVec.get(), outYVec.get());
     velmo::comb::splitAndFixPointScalar(ref.get(), n, workRef.get(), outXRef.get(), outYRef.get());
-    if (!vec.sameAs(ref) || !outXVec.sameAs(outXRef) || !outYVec.sameAs(outYRef))
-        velmo::fuzz::differs("splitAndFixPoint");
+    if (!vec.sameAs(ref) || !outXVec.sameAs(outXRef) || !outYVec.sameAs(outYRef)) differs("splitAndFixPoint");
 }
 
 }  // namespace
@@ -49,15 +47,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t bytes) {
         compareConversions(in);
         return 0;
     }
-    OIS_INTERPOLATE_INFO_STRUCT info{};
-    info.imageW = velmo::fuzz::size(in, 1, 4000);
-    info.imageH = velmo::fuzz::size(in, 1, 3000);
-    info.oisW = velmo::fuzz::size(in, 2, 12);
-    info.oisH = velmo::fuzz::size(in, 2, 12);
-    info.n3dW = velmo::fuzz::size(in, 0, 24);
-    info.n3dH = velmo::fuzz::size(in, 0, 24);
-    const int64_t ois = velmo::fuzz::elements({info.oisW, info.oisH});
-    const int64_t n3d = velmo::fuzz::elements({info.n3dW, info.n3dH});
+    // Braced initialisers run in order: image, OIS grid, N3D grid.
+    const OIS_INTERPOLATE_INFO_STRUCT info{size(in, 1, 4000), size(in, 1, 3000), 0, 0, size(in, 2, 12),
+                                           size(in, 2, 12), size(in, 0, 24), size(in, 0, 24)};
+    const int64_t ois = elements({info.oisW, info.oisH});
+    const int64_t n3d = elements({info.n3dW, info.n3dH});
     if (ois < 0 || n3d < 0) return 0;
     Exact<int> oisX(ois), oisY(ois), n3dX(n3d), n3dY(n3d);
     for (int64_t k = 0; k < ois; ++k) {

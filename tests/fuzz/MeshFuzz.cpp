@@ -8,15 +8,15 @@
 #include "vwmt/core/MeshInterpolator.h"
 #include "vwmt/core/MeshQueryRows.h"
 
-using velmo::fuzz::Exact;
+using namespace velmo::fuzz;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t bytes) {
     FuzzedDataProvider in(data, bytes);
-    const int32_t W = velmo::fuzz::size(in, 2, 12), H = velmo::fuzz::size(in, 2, 12);
-    const int32_t queryW = velmo::fuzz::size(in, 0, 24), queryH = velmo::fuzz::size(in, 0, 24);
-    const int64_t vertices = velmo::fuzz::elements({W, H});
-    const int64_t queries = velmo::fuzz::elements({queryW, queryH});
-    const int64_t triangleInts = W > 0 && H > 0 ? velmo::fuzz::elements({6, W - 1, H - 1}) : 0;
+    const int32_t W = size(in, 2, 12), H = size(in, 2, 12);
+    const int32_t queryW = size(in, 0, 24), queryH = size(in, 0, 24);
+    const int64_t vertices = elements({W, H});
+    const int64_t queries = elements({queryW, queryH});
+    const int64_t triangleInts = W > 0 && H > 0 ? elements({6, W - 1, H - 1}) : 0;
     if (vertices < 0 || queries < 0 || triangleInts < 0) return 0;
 
     Exact<float> mesh(2 * vertices), values(2 * vertices), queryXY(2 * queries);
@@ -25,12 +25,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t bytes) {
     VWMT::MeshGridUtility::connectGridByTriangleMesh(triangles.get(), W, H);
     const float jitter = in.ConsumeBool() ? 30.0f : 2.0f;
     for (int64_t k = 0; k < 2 * vertices; ++k) {
-        values[k] = mesh[k] + velmo::fuzz::value(in, -jitter, jitter);
-        mesh[k] = mesh[k] + velmo::fuzz::value(in, -jitter, jitter);
+        values[k] = mesh[k] + value(in, -jitter, jitter);
+        mesh[k] = mesh[k] + value(in, -jitter, jitter);
     }
     for (int64_t k = 0; k < queries; ++k) {
-        queryXY[2 * k] = velmo::fuzz::value(in, -50.0f, 700.0f);
-        queryXY[2 * k + 1] = velmo::fuzz::value(in, -50.0f, 530.0f);
+        queryXY[2 * k] = value(in, -50.0f, 700.0f);
+        queryXY[2 * k + 1] = value(in, -50.0f, 530.0f);
     }
 
     // Corner tables are arena arrays, and an interpolator relies on its arena
@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t bytes) {
             interp.fill_ref_MeshTriangleVertXY_In(mesh.get());
             interp.findTriangleBelonging(queryXY.size() ? queryXY[0] : 0.0f, 1.0f,
                                          in.ConsumeIntegralInRange<int>(-2, 300), &tri, bary);
-            interp.getApproximateLastTriangleVertIndices(velmo::fuzz::value(in, -10.0f, 700.0f), 3.0f);
+            interp.getApproximateLastTriangleVertIndices(value(in, -10.0f, 700.0f), 3.0f);
             break;
         }
         default: {
@@ -61,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t bytes) {
                                                interp.numTriangles()};
             velmo::mesh::interpolateRowsSequential(velmo::mesh::RowsJob{
                 shape, triangles.get(), mesh.get(), nullptr, queryW, queryH, values.get(), queryXY.get(), ref.get()});
-            if (!out.sameAs(ref)) velmo::fuzz::differs("mesh query rows");
+            if (!out.sameAs(ref)) differs("mesh query rows");
         }
     }
     return 0;

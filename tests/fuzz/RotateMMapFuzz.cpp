@@ -7,28 +7,27 @@
 #include "maputil/RotateMMap.h"
 #include "maputil/RotateMMapScalar.h"
 
-using velmo::fuzz::Exact;
+using namespace velmo::fuzz;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t bytes) {
     FuzzedDataProvider in(data, bytes);
-    const int32_t w = velmo::fuzz::size(in, 0, 96);
-    const int32_t h = velmo::fuzz::size(in, 0, 96);
+    const int32_t w = size(in, 0, 96);
+    const int32_t h = size(in, 0, 96);
     const int32_t stride = in.ConsumeBool() ? velmo::wrapAdd(w, in.ConsumeIntegralInRange<int32_t>(0, 8))
-                                            : velmo::fuzz::size(in, 0, 110);
-    const int32_t dstW = velmo::fuzz::size(in, 0, 96);
-    const int32_t dstH = velmo::fuzz::size(in, 0, 96);
+                                            : size(in, 0, 110);
+    const int32_t dstW = size(in, 0, 96);
+    const int32_t dstH = size(in, 0, 96);
     const int32_t dstStride = in.ConsumeBool() ? velmo::wrapAdd(dstW, in.ConsumeIntegralInRange<int32_t>(-2, 8))
-                                               : velmo::fuzz::size(in, 0, 110);
+                                               : size(in, 0, 110);
     const int32_t imageW = in.ConsumeBool() ? velmo::wrapMul(dstW, in.ConsumeIntegralInRange<int32_t>(1, 40))
-                                            : velmo::fuzz::size(in, 0, 4000);
-    const int32_t padding = in.ConsumeBool() ? 0 : velmo::fuzz::size(in, 0, 200);
+                                            : size(in, 0, 4000);
+    const int32_t padding = in.ConsumeBool() ? 0 : size(in, 0, 200);
     const int32_t degrees = in.ConsumeBool() ? in.PickValueInArray<int32_t>({0, 90, 180, 270, -90})
                                              : in.ConsumeIntegral<int32_t>();
 
-    const int64_t srcCount =
-        velmo::fuzz::planeElements(w, h, stride);
-    const int64_t dstCount = velmo::fuzz::rowsElements(dstH, dstStride);
-    if (srcCount < 0 || srcCount > velmo::fuzz::kMaxElements || dstCount < 0) return 0;
+    const int64_t srcCount = planeElements(w, h, stride);
+    const int64_t dstCount = dstH < 1 || dstStride < 1 ? 0 : elements({dstH, dstStride});
+    if (srcCount < 0 || srcCount > kMaxElements || dstCount < 0) return 0;
 
     Exact<int32_t> srcX(srcCount), srcY(srcCount);
     for (int64_t i = 0; i < srcCount; ++i) {
@@ -45,6 +44,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t bytes) {
     p._map_x_rot_buffer = refX.get();
     p._map_y_rot_buffer = refY.get();
     velmo::maputil::rotateMMapScalar(p);
-    if (!vecX.sameAs(refX) || !vecY.sameAs(refY)) velmo::fuzz::differs("RotateMMap");
+    if (!vecX.sameAs(refX) || !vecY.sameAs(refY)) differs("RotateMMap");
     return 0;
 }

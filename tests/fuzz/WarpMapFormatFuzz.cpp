@@ -5,12 +5,12 @@
 #include "vwmt/core/ProcWarpMap.h"
 #include "vwmt/core/Transpose.h"
 
-using velmo::fuzz::Exact;
+using namespace velmo::fuzz;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t bytes) {
     FuzzedDataProvider in(data, bytes);
-    const int32_t W = velmo::fuzz::size(in, 0, 40), H = velmo::fuzz::size(in, 0, 40);
-    const int64_t n = velmo::fuzz::elements({W, H});
+    const int32_t W = size(in, 0, 40), H = size(in, 0, 40);
+    const int64_t n = elements({W, H});
     const int64_t count = n < 0 ? 0 : n;
     Exact<int> img(count), other(count);
     for (int64_t k = 0; k < count; ++k) img[k] = other[k] = in.ConsumeIntegral<int32_t>();
@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t bytes) {
         case 4: if (n >= 0) VWMT::transpose_image_opposite(img.get(), W, H); break;
         case 5: {
             Exact<float> floats(2 * count), work(2 * count);
-            for (int64_t k = 0; k < 2 * count; ++k) floats[k] = velmo::fuzz::value(in, -1e6f, 1e6f);
+            for (int64_t k = 0; k < 2 * count; ++k) floats[k] = value(in, -1e6f, 1e6f);
             VWMT::ProcWarpMap::fmtTrnasOfDataType(img.get(), floats.get(), static_cast<int>(count));
             VWMT::ProcWarpMap::remap_WarpMapXY_InterleavedToPlane(floats.get(), static_cast<int>(count), work.get());
             break;
@@ -33,10 +33,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t bytes) {
             const int64_t points = n < 0 ? -1 : 2 * n;
             if (points < 0) break;
             Exact<float> grid(points), out(points);
-            for (int64_t k = 0; k < points; ++k) grid[k] = velmo::fuzz::value(in, -100.0f, 5000.0f);
-            VWMT::ProcWarpMap::fmtTrnasOfCoordDef_GeoToPixel(out.get(), grid.get(), W, H,
-                                                             velmo::fuzz::size(in, 0, 4000),
-                                                             velmo::fuzz::size(in, 0, 3000), 0);
+            for (int64_t k = 0; k < points; ++k) grid[k] = value(in, -100.0f, 5000.0f);
+            VWMT::ProcWarpMap::fmtTrnasOfCoordDef_GeoToPixel(out.get(), grid.get(), W, H, size(in, 0, 4000),
+                                                             size(in, 0, 3000), 0);
         }
     }
     return 0;

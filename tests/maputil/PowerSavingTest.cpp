@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "maputil/PowerSaving.h"
@@ -29,7 +30,7 @@ struct Field {
     int32_t& atX(int32_t r, int32_t c) { return x[static_cast<std::size_t>(r) * stride + c]; }
     int32_t& atY(int32_t r, int32_t c) { return y[static_cast<std::size_t>(r) * stride + c]; }
 
-    // Precision 16, scale 3/2 on x and 1/2 on y; thresholds set per test.
+    // Precision 16, scale 3/2 on x and 1/2 on y; thresholds set per case.
     PowerSavingParam param(int32_t thrMaxX, int32_t thrMaxY, int32_t thrAvgX, int32_t thrAvgY) {
         return {x.data(), y.data(), width, height, stride, 16, 3, 1, 2, 2, thrMaxX, thrMaxY, thrAvgX, thrAvgY};
     }
@@ -48,37 +49,33 @@ Outcome printedBy(Call call) {
 }
 
 // Runs PowerSaving on every vector target and the scalar reference, checks
-// they agree, and returns the common outcome.
-Outcome decide(const PowerSavingParam& p) {
+// they agree, and checks the common outcome (or the start of what it prints).
+void expectDecision(const PowerSavingParam& p, bool result, const std::string& printed, bool wholeText = true) {
     const Outcome reference = printedBy([&] { return powerSavingScalar(p); });
+    EXPECT_EQ(reference.result, result);
+    EXPECT_EQ(wholeText ? reference.printed : reference.printed.substr(0, printed.size()), printed);
     forEachVectorTarget([&] {
         const Outcome vector = printedBy([&] { return PowerSaving(p); });
         EXPECT_EQ(vector.result, reference.result);
         EXPECT_EQ(vector.printed, reference.printed);
     });
-    return reference;
 }
 
-std::string report(const char* maxX, const char* maxY, const char* avgX, const char* avgY,
-                   const char* maxScaledX, const char* maxScaledY, const char* avgScaledX,
-                   const char* avgScaledY) {
-    return std::string("[PowerSaving] x magnitude max=") + maxX + "\n[PowerSaving] y magnitude max=" + maxY +
-           "\n[PowerSaving] x avg=" + avgX + "\n[PowerSaving] y avg=" + avgY +
-           "\n[PowerSaving] x magnitude max_scaled=" + maxScaledX +
-           "\n[PowerSaving] y magnitude max_scaled=" + maxScaledY + "\n[PowerSaving] x avg_scaled=" + avgScaledX +
-           "\n[PowerSaving] y avg_scaled=" + avgScaledY + "\n";
-}
-
-TEST(PowerSavingDecision, StillFieldSavesPower) {
-    Field f(21, 3, 21);
-    const Outcome out = decide(f.param(1, 1, 1, 1));
-    EXPECT_TRUE(out.result);
-    EXPECT_EQ(out.printed, report("0", "0", "0.000000", "0.000000", "0.000000", "0.000000", "0.000000", "0.000000"));
+// The statistics lines, as many as values are given.
+std::string report(std::vector<const char*> values) {
+    const char* names[] = {"x magnitude max", "y magnitude max", "x avg", "y avg", "x magnitude max_scaled",
+                           "y magnitude max_scaled", "x avg_scaled", "y avg_scaled"};
+    std::string text;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        text += std::string("[PowerSaving] ") + names[i] + "=" + values[i] + "\n";
+    }
+    return text;
 }
 
 // +32 and -32 equally often: the means are 0, the maxima 32, scaled
-// 1.5 * 32 / 16 = 3 on x and 0.5 * 32 / 16 = 1 on y; only the maxima decide.
-TEST(PowerSavingDecision, OppositeMotionIsJudgedByTheMaxima) {
+// 1.5 * 32 / 16 = 3 on x and 0.5 * 32 / 16 = 1 on y; only the maxima decide,
+// and 3 < 3 fails: the comparison is strict.
+TEST(PowerSaving, OppositeMotionIsJudgedByTheMaxima) {
     Field f(20, 2, 20);
     for (int32_t c = 0; c < 20; ++c) {
         f.atX(0, c) = f.atX(1, c) = (c % 2 ? 32 : -32);
@@ -86,89 +83,71 @@ TEST(PowerSavingDecision, OppositeMotionIsJudgedByTheMaxima) {
         f.atY(1, c) = 32;
     }
     const std::string printed =
-        report("32", "32", "0.000000", "0.000000", "3.000000", "1.000000", "0.000000", "0.000000");
-    Outcome out = decide(f.param(4, 2, 1, 1));
-    EXPECT_TRUE(out.result);
-    EXPECT_EQ(out.printed, printed);
-    out = decide(f.param(3, 2, 1, 1));  // 3 < 3 fails: the comparison is strict
-    EXPECT_FALSE(out.result);
-    EXPECT_EQ(out.printed, printed);
+        report({"32", "32", "0.000000", "0.000000", "3.000000", "1.000000", "0.000000", "0.000000"});
+    expectDecision(f.param(4, 2, 1, 1), true, printed);
+    expectDecision(f.param(3, 2, 1, 1), false, printed);
 }
 
-// From a field that passes (max 3 / 1, means 1.5 / 0.5 after scaling), each
-// threshold lowered on its own turns the decision.
-TEST(PowerSavingDecision, EachThresholdFailsAlone) {
+// From a field that passes, each threshold lowered on its own turns the
+// decision. x: max 48 -> 4.5, mean (16 * 34 - 32 + 48) / 36 = 15.555555 ->
+// 1.458333; y: max 32 -> 1, mean (16 * 35 + 32) / 36 = 16.444445 -> 0.513889.
+TEST(PowerSaving, EachThresholdFailsAlone) {
     Field f(18, 2, 18, 16, 16);
     f.atX(1, 17) = -32;  // the magnitude counts, the sign does not
     f.atY(0, 3) = 32;
-    f.atX(1, 16) = 48;  // x mean: (16 * 34 - 32 + 48) / 36 = 15.5556
-    // x: max 48 -> 4.5, mean 15.555555 -> 1.458333; y: max 32 -> 1, mean
-    // (16 * 35 + 32) / 36 = 16.444445 -> 0.513889.
-    const std::string printed = report("48", "32", "15.555555", "16.444445", "4.500000", "1.000000",
-                                       "1.458333", "0.513889");
-    EXPECT_TRUE(decide(f.param(5, 2, 2, 1)).result);
-    const Outcome failMaxX = decide(f.param(4, 2, 2, 1));
-    const Outcome failMaxY = decide(f.param(5, 1, 2, 1));
-    const Outcome failAvgX = decide(f.param(5, 2, 1, 1));
-    const Outcome failAvgY = decide(f.param(5, 2, 2, 0));
-    for (const Outcome& out : {failMaxX, failMaxY, failAvgX, failAvgY}) {
-        EXPECT_FALSE(out.result);
-        EXPECT_EQ(out.printed, printed);
-    }
+    f.atX(1, 16) = 48;
+    const std::string printed =
+        report({"48", "32", "15.555555", "16.444445", "4.500000", "1.000000", "1.458333", "0.513889"});
+    expectDecision(f.param(5, 2, 2, 1), true, printed);
+    expectDecision(f.param(4, 2, 2, 1), false, printed);
+    expectDecision(f.param(5, 1, 2, 1), false, printed);
+    expectDecision(f.param(5, 2, 1, 1), false, printed);
+    expectDecision(f.param(5, 2, 2, 0), false, printed);
 }
 
 // |INT32_MIN| wraps to INT32_MIN, the smallest magnitude there is, so a field
 // of INT32_MIN passes. x: max 7 -> 1.5 * 7 / 16 = 0.65625; the 36 INT32_MIN
 // sum to 0 (wrapping), mean (-7 + 5) / 38 = -0.052632, scaled -0.004934.
 // y: 38 x INT32_MIN, max -2^31 -> 0.5 * -2^31 / 16, mean 0.
-TEST(PowerSavingStatistics, MostNegativeValueCountsAsTheSmallestMagnitude) {
+TEST(PowerSaving, MostNegativeValueCountsAsTheSmallestMagnitude) {
     Field f(19, 2, 19, INT32_MIN, INT32_MIN);
     f.atX(1, 5) = -7;
     f.atX(0, 18) = 5;
-    const Outcome out = decide(f.param(1, 1, 1, 1));
-    EXPECT_EQ(out.printed, report("7", "-2147483648", "-0.052632", "0.000000", "0.656250",
-                                  "-67108864.000000", "-0.004934", "0.000000"));
-    EXPECT_TRUE(out.result);
+    expectDecision(f.param(1, 1, 1, 1), true,
+                   report({"7", "-2147483648", "-0.052632", "0.000000", "0.656250", "-67108864.000000", "-0.004934",
+                          "0.000000"}));
 }
 
 // 17 x 3 values of 2^30 sum to 51 * 2^30, which wraps to -2^30; the mean is
 // -1073741824 / 51 = -21053761.25, nearest float -21053762. The columns past
 // the width hold values that would change everything if read.
-TEST(PowerSavingStatistics, SumsWrapAndStrideGapsAreIgnored) {
+TEST(PowerSaving, SumsWrapAndStrideGapsAreIgnored) {
     Field f(17, 3, 20, 1 << 30, 0);
     for (int32_t r = 0; r < 3; ++r) {
-        for (int32_t c = 17; c < 20; ++c) {
-            f.atX(r, c) = INT32_MAX;
-            f.atY(r, c) = INT32_MAX;
-        }
+        for (int32_t c = 17; c < 20; ++c) f.atX(r, c) = f.atY(r, c) = INT32_MAX;
     }
-    const Outcome out = decide(f.param(INT32_MAX, 1, 1, 1));
-    EXPECT_EQ(out.printed.substr(0, out.printed.find("max_scaled") - 26),
-              "[PowerSaving] x magnitude max=1073741824\n[PowerSaving] y magnitude max=0\n"
-              "[PowerSaving] x avg=-21053762.000000\n[PowerSaving] y avg=0.000000\n");
+    expectDecision(f.param(INT32_MAX, 1, 1, 1), true, report({"1073741824", "0", "-21053762.000000", "0.000000"}),
+                   false);
 }
 
 // No rows: maxima stay at INT32_MIN, the means are 0 / 0 (printed "nan" on
 // both architectures) and the NaN fails its check.
-TEST(PowerSavingStatistics, NoRowsGivesNanMeansAndFalse) {
+TEST(PowerSaving, NoRowsGivesNanMeansAndFalse) {
     Field f(8, 0, 8);
     PowerSavingParam p = f.param(INT32_MAX, INT32_MAX, INT32_MAX, INT32_MAX);
     p._precision = 1;
     p._scale_num_x = p._scale_den_x = p._scale_num_y = p._scale_den_y = 1;
-    const Outcome out = decide(p);
-    EXPECT_FALSE(out.result);
-    EXPECT_EQ(out.printed, report("-2147483648", "-2147483648", "nan", "nan", "-2147483648.000000",
-                                  "-2147483648.000000", "nan", "nan"));
+    expectDecision(p, false,
+                   report({"-2147483648", "-2147483648", "nan", "nan", "-2147483648.000000", "-2147483648.000000",
+                          "nan", "nan"}));
 }
-
-// ---- vector pass against the per-element reference ---------------------------
 
 uint32_t nextRandom(uint32_t& state) {
     state = state * 1664525u + 1013904223u;
     return state;
 }
 
-TEST(PowerSavingVector, StatisticsMatchTheReferenceForEveryWidth) {
+TEST(PowerSaving, VectorStatisticsMatchTheReferenceForEveryWidth) {
     uint32_t seed = 12345;
     for (int32_t width = 1; width <= 70; ++width) {
         for (int32_t height : {1, 2, 5}) {
@@ -184,10 +163,9 @@ TEST(PowerSavingVector, StatisticsMatchTheReferenceForEveryWidth) {
                 const FieldStats reference = fieldStatsScalar(p);
                 forEachVectorTarget([&] {
                     const FieldStats vector = fieldStatsVector(p);
-                    ASSERT_EQ(vector.maxAbsX, reference.maxAbsX) << width << "x" << height;
-                    ASSERT_EQ(vector.maxAbsY, reference.maxAbsY) << width << "x" << height;
-                    ASSERT_EQ(vector.sumX, reference.sumX) << width << "x" << height;
-                    ASSERT_EQ(vector.sumY, reference.sumY) << width << "x" << height;
+                    ASSERT_EQ(std::make_tuple(vector.maxAbsX, vector.maxAbsY, vector.sumX, vector.sumY),
+                              std::make_tuple(reference.maxAbsX, reference.maxAbsY, reference.sumX, reference.sumY))
+                        << width << "x" << height;
                 });
                 if (::testing::Test::HasFatalFailure()) return;
             }
@@ -195,41 +173,32 @@ TEST(PowerSavingVector, StatisticsMatchTheReferenceForEveryWidth) {
     }
 }
 
-// ---- bad input ------------------------------------------------------------------
-
-TEST(PowerSavingInput, UnreadablePlanesPrintOneLineAndGiveFalse) {
+// Unreadable planes print one line and give false. Null planes with no rows,
+// or rows of no elements, are never read (not even a row's start is formed):
+// they give the statistics of an empty field (-3 x 4: means of 0 / -12 = -0,
+// below the thresholds).
+TEST(PowerSaving, BadInput) {
     Field f(4, 2, 4);
-    PowerSavingParam noX = f.param(1, 1, 1, 1);
-    noX._map_x = nullptr;
-    PowerSavingParam noY = f.param(1, 1, 1, 1);
-    noY._map_y = nullptr;
-    PowerSavingParam shortStride = f.param(1, 1, 1, 1);
-    shortStride._stride = 3;
     const struct {
-        PowerSavingParam param;
-        const char* line;
-    } cases[] = {{noX, "[PowerSaving] _map_x is null\n"},
-                 {noY, "[PowerSaving] _map_y is null\n"},
-                 {shortStride, "[PowerSaving] _stride 3 is below _width 4\n"}};
-    for (const auto& c : cases) {
-        const Outcome out = printedBy([&] { return PowerSaving(c.param); });
-        EXPECT_FALSE(out.result);
-        EXPECT_EQ(out.printed, c.line);
-    }
-}
-
-// Null planes with no rows, or rows of no elements, are never read (not even
-// a row's start is formed): the documented statistics of an empty field.
-TEST(PowerSavingInput, NullPlanesWithoutElementsKeepTheEmptyFieldResult) {
-    const struct {
+        int32_t* x;
+        int32_t* y;
         int32_t width, height, stride;
-        bool result;  // -3 x 4: means of 0 / -12 = -0, below the thresholds
-    } cases[] = {{8, 0, 8, false}, {-3, 4, 8, true}, {0, 5, -7, false}};
+        bool result;
+        const char* printed;
+    } cases[] = {
+        {nullptr, f.y.data(), 4, 2, 4, false, "[PowerSaving] _map_x is null\n"},
+        {f.x.data(), nullptr, 4, 2, 4, false, "[PowerSaving] _map_y is null\n"},
+        {f.x.data(), f.y.data(), 4, 2, 3, false, "[PowerSaving] _stride 3 is below _width 4\n"},
+        {nullptr, nullptr, 8, 0, 8, false, "[PowerSaving] x magnitude max=-2147483648\n[Po"},
+        {nullptr, nullptr, -3, 4, 8, true, "[PowerSaving] x magnitude max=-2147483648\n[Po"},
+    };
     for (const auto& c : cases) {
-        PowerSavingParam p{nullptr, nullptr, c.width, c.height, c.stride, 16, 3, 1, 2, 2, 1, 1, 1, 1};
+        const std::string expected = c.printed;
+        const PowerSavingParam p{c.x, c.y, c.width, c.height, c.stride, 16, 3, 1, 2, 2, 1, 1, 1, 1};
         const Outcome out = printedBy([&] { return PowerSaving(p); });
-        EXPECT_EQ(out.result, c.result);
-        EXPECT_EQ(out.printed.substr(0, 45), "[PowerSaving] x magnitude max=-2147483648\n[Po");
+        EXPECT_EQ(out.result, c.result) << expected;
+        // A refusal prints its line alone; an empty field prints all its statistics.
+        EXPECT_EQ(expected.back() == '\n' ? out.printed : out.printed.substr(0, expected.size()), expected);
     }
 }
 

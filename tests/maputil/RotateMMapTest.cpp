@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <climits>
 #include <cstdint>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -18,7 +18,7 @@ using velmo::testing::forEachVectorTarget;
 using velmo::testing::LogCapture;
 using velmo::testing::ScopedProperties;
 
-constexpr int32_t kSentinel = 0x5A5A5A5A;
+constexpr int32_t S = 0x5A5A5A5A;  // sentinel of the destination
 
 // A source map and a destination buffer (with one spare row, to see that
 // nothing is written past Hr), both sentinel-filled where unused.
@@ -29,9 +29,8 @@ struct MapCase {
     std::vector<int32_t> srcX, srcY;
 
     RotateMMapParam param(std::vector<int32_t>& dstX, std::vector<int32_t>& dstY) {
-        const std::size_t dstSize = static_cast<std::size_t>(dstStride) * (dstHeight + 1);
-        dstX.assign(dstSize, kSentinel);
-        dstY.assign(dstSize, kSentinel);
+        dstX.assign(static_cast<std::size_t>(dstStride) * (dstHeight + 1), S);
+        dstY.assign(dstX.size(), S);
         return {srcX.data(), srcY.data(), width,          height,    stride,
                 degrees,     dstX.data(), dstY.data(),    dstWidth,  dstHeight,
                 dstStride,   imageWidth,  480,            padding};
@@ -42,95 +41,92 @@ struct Planes {
     std::vector<int32_t> x, y;
 };
 
-Planes runScalar(MapCase& m) {
+Planes run(MapCase& m, bool vector) {
     Planes out;
-    EXPECT_EQ(rotateMMapScalar(m.param(out.x, out.y)), 0);
+    const RotateMMapParam p = m.param(out.x, out.y);
+    EXPECT_EQ(vector ? RotateMMap(p) : rotateMMapScalar(p), 0);
     return out;
 }
 
-Planes runVector(MapCase& m) {
-    Planes out;
-    EXPECT_EQ(RotateMMap(m.param(out.x, out.y)), 0);
-    return out;
+std::vector<int32_t> ramp(int32_t from, int32_t count) {
+    std::vector<int32_t> v(static_cast<std::size_t>(count));
+    std::iota(v.begin(), v.end(), from);
+    return v;
 }
 
-// Checks the scalar path and every vector target against the same expected
-// planes (the spare row included).
-void expectEverywhere(MapCase m, const std::vector<int32_t>& x, const std::vector<int32_t>& y) {
-    std::vector<int32_t> expectX = x, expectY = y;
-    expectX.resize(static_cast<std::size_t>(m.dstStride) * (m.dstHeight + 1), kSentinel);
-    expectY.resize(expectX.size(), kSentinel);
-    const Planes scalar = runScalar(m);
-    EXPECT_EQ(scalar.x, expectX);
-    EXPECT_EQ(scalar.y, expectY);
-    forEachVectorTarget([&] {
-        const Planes vector = runVector(m);
-        EXPECT_EQ(vector.x, expectX);
-        EXPECT_EQ(vector.y, expectY);
-    });
-}
+// ---- hand-worked maps: the scalar path and every vector target -------------------
 
-constexpr int32_t S = kSentinel;
+struct Worked {
+    const char* what;
+    MapCase map;
+    std::vector<int32_t> x, y;  // the destination; the rest stays sentinel
+};
 
-// ---- hand-worked maps ----------------------------------------------------------
-
-// 0 degrees, equal sizes: sample x = trunc((j + 0.5) + 0.5) = j + 1, so the map
-// moves one pixel left and up, and the last column and row fall off it.
-TEST(RotateMMapHandWorked, AngleZeroEqualSizesShiftsByOnePixel) {
-    MapCase m{4, 2, 4, 0, 4, 2, 6, 4, 0, {1, 2, 3, 4, 5, 6, 7, 8}, {-1, -2, -3, -4, -5, -6, -7, -8}};
-    expectEverywhere(m, {6, 7, 8, 0, S, S, 0, 0, 0, 0, S, S},
-                     {-6, -7, -8, 0, S, S, 0, 0, 0, 0, S, S});
-}
-
-// 0 degrees, 8 x 4 into 4 x 2: k = 2, sx = sy = 2, sample = 2i + 1.
-TEST(RotateMMapHandWorked, AngleZeroHalvesTheMap) {
-    MapCase m{8, 4, 8, 0, 4, 2, 4, 8, 0, {}, {}};
-    for (int32_t i = 0; i < 32; ++i) {
-        m.srcX.push_back(100 + i);
-        m.srcY.push_back(200 + i);
+TEST(RotateMMap, HandWorkedMaps) {
+    std::vector<int32_t> saturatedX(16, INT32_MAX), saturatedY(16, -2109677824);
+    saturatedX[15] = saturatedY[15] = 0;
+    const std::vector<int32_t> zeros(40, 0);
+    const Worked cases[] = {
+        // 0 degrees, equal sizes: sample x = trunc((j + 0.5) + 0.5) = j + 1, so
+        // the map moves one pixel left and up; the last column and row fall off.
+        {"0 degrees, equal sizes",
+         {4, 2, 4, 0, 4, 2, 6, 4, 0, ramp(1, 8), {-1, -2, -3, -4, -5, -6, -7, -8}},
+         {6, 7, 8, 0, S, S, 0, 0, 0, 0, S, S},
+         {-6, -7, -8, 0, S, S, 0, 0, 0, 0, S, S}},
+        // 8 x 4 into 4 x 2: k = 2, sx = sy = 2, sample = 2i + 1.
+        {"0 degrees, halved",
+         {8, 4, 8, 0, 4, 2, 4, 8, 0, ramp(100, 32), ramp(200, 32)},
+         {109, 111, 113, 115, 125, 127, 129, 131},
+         {209, 211, 213, 215, 225, 227, 229, 231}},
+        // Image 12 wide with padding 2 into 4 columns: k = ceil(8 / 4) = 2, the
+        // band starts at 2 / 2 = 1 and is 4 - 2 = 2 wide; sx = 4 / 2 = 2.
+        {"padding leaves the band edges untouched",
+         {4, 2, 4, 0, 4, 2, 4, 12, 2, ramp(1, 8), ramp(11, 8)},
+         {S, 6, 8, S, S, 0, 0, S},
+         {S, 16, 18, S, S, 0, 0, S}},
+        // 3 x 2 into 2 x 3. s = 1, c = -4.37e-8, so RW = 2 + 1.3e-7 rounds to
+        // 2.0000002 and ceil(RW) = 3: sx = 1.5, cRW = 1; sy = 1, cRH = 1. Row r
+        // samples column x = r; column j samples row trunc(1 - dx) with
+        // dx = -0.25, 1.25, i.e. rows 1 and 0. Vectors turn to (-vy, vx), and
+        // +0.5 then truncation moves negative results toward zero: -4.5 gives -4.
+        {"90 degrees",
+         {3, 2, 3, 90, 2, 3, 2, 2, 0, {10, -20, 30, -40, 50, -60}, {1, -2, 3, -4, 5, -6}},
+         {4, 0, -4, 2, 6, -2},
+         {-39, 10, 50, -19, -59, 30}},
+        // s = -8.7e-8 makes RH = 2.0000002, ceil(RH) = 3, so sy = 1.5 and the two
+        // rows sample source rows trunc(1.25) = 1 and trunc(-0.25) = 0, each
+        // reversed; vectors turn to (-vx, -vy) with the same rounding.
+        {"180 degrees",
+         {4, 2, 4, 180, 4, 2, 4, 4, 0, {10, -20, 30, -40, 50, -60, 0, 0}, {1, -2, 3, -4, 5, -6, 0, 0}},
+         {0, 0, 60, -49, 40, -29, 20, -9},
+         {0, 0, 6, -4, 4, -2, 2, 0}},
+        // (INT32_MAX, INT32_MIN) turned 1 degree: x is about 1.017 * 2^31 and
+        // saturates as on 64-bit Arm (x86 would give 0x80000000); the last column
+        // samples x = 16, off the map. y = float(s * 2^31 + c * -2^31).
+        {"1 degree saturates like Arm",
+         {16, 1, 16, 1, 16, 1, 16, 16, 0, std::vector<int32_t>(16, INT32_MAX), std::vector<int32_t>(16, INT32_MIN)},
+         saturatedX,
+         saturatedY},
+        {"no rows writes nothing", {8, 8, 8, 30, 8, 0, 8, 8, 0, ramp(0, 64), ramp(0, 64)}, {}, {}},
+        // An empty source map samples outside everywhere: the band becomes zeros.
+        {"empty source at 0 degrees", {0, 0, 0, 0, 20, 2, 20, 20, 0, {9}, {9}}, zeros, zeros},
+        {"empty source at 45 degrees", {0, 0, 0, 45, 20, 2, 20, 20, 0, {9}, {9}}, zeros, zeros},
+    };
+    for (const Worked& c : cases) {
+        SCOPED_TRACE(c.what);
+        MapCase m = c.map;
+        std::vector<int32_t> x = c.x, y = c.y;
+        x.resize(static_cast<std::size_t>(m.dstStride) * (m.dstHeight + 1), S);
+        y.resize(x.size(), S);
+        const Planes scalar = run(m, false);
+        EXPECT_EQ(scalar.x, x);
+        EXPECT_EQ(scalar.y, y);
+        forEachVectorTarget([&] {
+            const Planes vector = run(m, true);
+            EXPECT_EQ(vector.x, x);
+            EXPECT_EQ(vector.y, y);
+        });
     }
-    expectEverywhere(m, {109, 111, 113, 115, 125, 127, 129, 131},
-                     {209, 211, 213, 215, 225, 227, 229, 231});
-}
-
-// Image 12 wide with padding 2 into 4 columns: k = ceil(8 / 4) = 2, the band
-// starts at 2 / 2 = 1 and is 4 - 2 = 2 wide; sx = 4 / 2 = 2.
-TEST(RotateMMapHandWorked, PaddingLeavesTheBandEdgesUntouched) {
-    MapCase m{4, 2, 4, 0, 4, 2, 4, 12, 2, {1, 2, 3, 4, 5, 6, 7, 8}, {11, 12, 13, 14, 15, 16, 17, 18}};
-    expectEverywhere(m, {S, 6, 8, S, S, 0, 0, S}, {S, 16, 18, S, S, 0, 0, S});
-}
-
-// 90 degrees, 3 x 2 into 2 x 3. s = 1, c = -4.37e-8, so RW = 2 + 1.3e-7 rounds
-// to 2.0000002 and ceil(RW) = 3: sx = 1.5, cRW = 1; sy = 1, cRH = 1.
-// Row r samples column x = r; column j samples row trunc(1 - dx) with
-// dx = -0.25, 1.25, i.e. rows 1 and trunc(-0.25) = 0. Vectors turn to
-// (-vy, vx), and +0.5 then truncation moves negative results toward zero:
-// -vy + 0.5 = -4.5 gives -4.
-TEST(RotateMMapHandWorked, NinetyDegrees) {
-    MapCase m{3, 2, 3, 90, 2, 3, 2, 2, 0, {10, -20, 30, -40, 50, -60}, {1, -2, 3, -4, 5, -6}};
-    expectEverywhere(m, {4, 0, -4, 2, 6, -2}, {-39, 10, 50, -19, -59, 30});
-}
-
-// 180 degrees, 4 x 2: s = -8.7e-8 makes RH = 2.0000002, ceil(RH) = 3, so
-// sy = 1.5 and the two rows sample source rows trunc(1.25) = 1 and
-// trunc(-0.25) = 0, each reversed; vectors turn to (-vx, -vy) with the same
-// asymmetric rounding.
-TEST(RotateMMapHandWorked, OneEightyDegrees) {
-    MapCase m{4, 2, 4, 180, 4, 2, 4, 4, 0, {10, -20, 30, -40, 50, -60, 0, 0}, {1, -2, 3, -4, 5, -6, 0, 0}};
-    expectEverywhere(m, {0, 0, 60, -49, 40, -29, 20, -9}, {0, 0, 6, -4, 4, -2, 2, 0});
-}
-
-// 1 degree on a 16 x 1 map of (INT32_MAX, INT32_MIN): the rotated x value is
-// about 1.017 * 2^31 and saturates as on 64-bit Arm (x86 would give
-// 0x80000000); the last column samples x = 16, off the map. The y value is
-// float(s * 2^31 + c * -2^31) = -2109677824 (worked in single precision).
-TEST(RotateMMapHandWorked, OneDegreeSaturatesLikeArm) {
-    MapCase m{16, 1, 16, 1, 16, 1, 16, 16, 0,
-              std::vector<int32_t>(16, INT32_MAX), std::vector<int32_t>(16, INT32_MIN)};
-    std::vector<int32_t> x(16, INT32_MAX), y(16, -2109677824);
-    x[15] = 0;
-    y[15] = 0;
-    expectEverywhere(m, x, y);
 }
 
 // ---- vector rows against the per-column reference -------------------------------
@@ -153,197 +149,96 @@ void fillSource(MapCase& m, uint32_t seed) {
     }
 }
 
-void expectVectorMatchesScalar(MapCase& m) {
-    const Planes scalar = runScalar(m);
-    forEachVectorTarget([&] {
-        const Planes vector = runVector(m);
-        ASSERT_EQ(vector.x, scalar.x);
-        ASSERT_EQ(vector.y, scalar.y);
-    });
-}
-
-std::vector<int32_t> sweepAngles() {
+// Every band width 1..70 (every tail length, with and without whole steps),
+// then realistic shapes: transposed sizes, paddings, strides wider than the
+// band, and maps smaller and larger than the destination; each at many angles.
+TEST(RotateMMap, VectorMatchesScalarForEveryBandWidthAndShape) {
+    std::vector<MapCase> maps = {
+        {24, 14, 24, 0, 14, 24, 16, 14, 0, {}, {}},    {24, 14, 32, 0, 14, 24, 14, 28, 0, {}, {}},
+        {48, 27, 48, 0, 48, 27, 64, 960, 0, {}, {}},   {40, 24, 40, 0, 40, 24, 40, 1040, 40, {}, {}},
+        {33, 17, 35, 0, 37, 19, 41, 300, 7, {}, {}},   {64, 48, 64, 0, 65, 49, 70, 65, 0, {}, {}},
+        {1, 1, 1, 0, 17, 3, 17, 17, 0, {}, {}},        {70, 3, 70, 0, 3, 70, 3, 3, 0, {}, {}},
+        {17, 40, 20, 0, 45, 9, 50, 1000, 55, {}, {}},
+    };
+    for (int32_t w = 1; w <= 70; ++w) maps.push_back({w + 3, 5, w + 5, 0, w, 4, w + 2, w, 0, {}, {}});
     std::vector<int32_t> angles{0, 1, 30, 45, 89, 90, 180, 270, -90, 359, 720};
     for (int32_t a = -355; a <= 360; a += 23) angles.push_back(a);
-    return angles;
-}
-
-// The comparisons below must reach the 128-bit code (NEON on phones without
-// SVE), not only the widest target of the test machine.
-TEST(RotateMMapVector, ChecksTheNarrowVectorTarget) {
-    const std::vector<int64_t> targets = velmo::maputil::compiledVectorTargets();
-#if HWY_ARCH_X86
-    const int64_t narrow = HWY_SSE4;
-#elif HWY_ARCH_ARM_A64
-    const int64_t narrow = HWY_NEON;
-#else
-    const int64_t narrow = targets.empty() ? 0 : targets.back();
-#endif
-    EXPECT_NE(std::find(targets.begin(), targets.end(), narrow), targets.end());
-    EXPECT_GE(targets.size(), 2u);
-}
-
-// Every band width 1..70 (every tail length, with and without whole steps).
-TEST(RotateMMapVector, MatchesScalarForEveryBandWidth) {
-    for (int32_t degrees : sweepAngles()) {
-        for (int32_t width = 1; width <= 70; ++width) {
-            SCOPED_TRACE(::testing::Message() << degrees << " degrees, band " << width);
-            MapCase m{width + 3, 5, width + 5, degrees, width, 4, width + 2, width, 0, {}, {}};
-            fillSource(m, static_cast<uint32_t>(width * 1000 + degrees));
-            expectVectorMatchesScalar(m);
+    for (MapCase& m : maps) {
+        for (int32_t degrees : angles) {
+            SCOPED_TRACE(::testing::Message() << m.width << "x" << m.height << " -> " << m.dstWidth << "x"
+                                              << m.dstHeight << " at " << degrees);
+            m.degrees = degrees;
+            fillSource(m, static_cast<uint32_t>(m.width * 31 + m.dstWidth * 1000 + degrees));
+            const Planes scalar = run(m, false);
+            forEachVectorTarget([&] {
+                const Planes vector = run(m, true);
+                ASSERT_EQ(vector.x, scalar.x);
+                ASSERT_EQ(vector.y, scalar.y);
+            });
             if (::testing::Test::HasFatalFailure()) return;
         }
     }
 }
 
-// Realistic shapes: transposed sizes, paddings, strides wider than the band,
-// and maps smaller and larger than the destination.
-TEST(RotateMMapVector, MatchesScalarForMapShapes) {
-    const struct Shape {
-        int32_t width, height, stride, dstWidth, dstHeight, dstStride, imageWidth, padding;
-    } shapes[] = {
-        {24, 14, 24, 14, 24, 16, 14, 0},     {24, 14, 32, 14, 24, 14, 28, 0},
-        {48, 27, 48, 48, 27, 64, 960, 0},    {40, 24, 40, 40, 24, 40, 1040, 40},
-        {33, 17, 35, 37, 19, 41, 300, 7},    {64, 48, 64, 65, 49, 70, 65, 0},
-        {1, 1, 1, 17, 3, 17, 17, 0},         {70, 3, 70, 3, 70, 3, 3, 0},
-        {17, 40, 20, 45, 9, 50, 1000, 55},
-    };
-    for (const Shape& s : shapes) {
-        for (int32_t degrees : sweepAngles()) {
-            SCOPED_TRACE(::testing::Message() << s.width << "x" << s.height << " -> " << s.dstWidth
-                                              << "x" << s.dstHeight << " at " << degrees);
-            MapCase m{s.width,     s.height,    s.stride,    degrees, s.dstWidth, s.dstHeight,
-                      s.dstStride, s.imageWidth, s.padding, {},      {}};
-            fillSource(m, static_cast<uint32_t>(s.width * 31 + degrees));
-            expectVectorMatchesScalar(m);
-            if (::testing::Test::HasFatalFailure()) return;
-        }
-    }
-}
-
-// Only the band [x0, x0 + N) of the first Hr rows is written.
-TEST(RotateMMapVector, LeavesColumnsOutsideTheBandUntouched) {
-    for (int32_t degrees : {0, 30, 90}) {
-        // Image 1040 with padding 40 into 40 columns: k = 24, x0 = 1, N = 38.
-        MapCase m{40, 24, 40, degrees, 40, 24, 44, 1040, 40, {}, {}};
-        fillSource(m, 7u);
-        forEachVectorTarget([&] {
-            const Planes out = runVector(m);
-            for (int32_t r = 0; r <= m.dstHeight; ++r) {
-                for (int32_t c = 0; c < m.dstStride; ++c) {
-                    const bool inBand = r < m.dstHeight && c >= 1 && c < 39;
-                    const std::size_t at = static_cast<std::size_t>(r) * m.dstStride + c;
-                    if (!inBand) {
-                        ASSERT_EQ(out.x[at], kSentinel) << "row " << r << " column " << c;
-                        ASSERT_EQ(out.y[at], kSentinel) << "row " << r << " column " << c;
-                    }
-                }
-            }
-        });
-    }
-}
-
-// ---- documented results and bad input --------------------------------------------
-
-TEST(RotateMMapInput, NoRowsWritesNothing) {
-    LogCapture log;
-    MapCase m{8, 8, 8, 30, 8, 0, 8, 8, 0, std::vector<int32_t>(64, 1), std::vector<int32_t>(64, 1)};
-    std::vector<int32_t> x, y;
-    EXPECT_EQ(RotateMMap(m.param(x, y)), 0);
-    EXPECT_EQ(x, std::vector<int32_t>(8, kSentinel));
-    EXPECT_EQ(y, std::vector<int32_t>(8, kSentinel));
-    EXPECT_TRUE(log.lines().empty());
-}
-
-// An empty source map samples outside everywhere: the band becomes zeros.
-TEST(RotateMMapInput, EmptySourceWritesZeros) {
-    for (int32_t degrees : {0, 45}) {
-        MapCase m{0, 0, 0, degrees, 20, 2, 20, 20, 0, {}, {}};
-        m.srcX.assign(1, 9);
-        m.srcY.assign(1, 9);
-        std::vector<int32_t> zeros(40, 0);
-        expectEverywhere(m, zeros, zeros);
-    }
-}
+// ---- bad input and diagnostics ---------------------------------------------------
 
 struct BadInput {
-    const char* what;
     void (*spoil)(RotateMMapParam&);
     const char* line;
 };
 
-TEST(RotateMMapInput, BadInputWritesNothingAndLogsTheField) {
+TEST(RotateMMap, BadInputWritesNothingAndLogsTheField) {
     const BadInput cases[] = {
-        {"null x plane", [](RotateMMapParam& p) { p._map_x = nullptr; }, "[RotateMMap] _map_x is null\n"},
-        {"null y plane", [](RotateMMapParam& p) { p._map_y = nullptr; }, "[RotateMMap] _map_y is null\n"},
-        {"null x buffer", [](RotateMMapParam& p) { p._map_x_rot_buffer = nullptr; },
-         "[RotateMMap] _map_x_rot_buffer is null\n"},
-        {"null y buffer", [](RotateMMapParam& p) { p._map_y_rot_buffer = nullptr; },
-         "[RotateMMap] _map_y_rot_buffer is null\n"},
-        {"zero width", [](RotateMMapParam& p) { p._width_map_rot_buffer = 0; },
-         "[RotateMMap] _width_map_rot_buffer 0 is not positive\n"},
-        {"padding eats the image", [](RotateMMapParam& p) { p._padding_x_img = 4; },
-         "[RotateMMap] _padding_x_img 4 leaves no image of _width_img 8\n"},
-        {"short source stride", [](RotateMMapParam& p) { p._stride_map = 7; },
-         "[RotateMMap] _stride_map 7 is below _width_map 8\n"},
+        {[](RotateMMapParam& p) { p._map_x = nullptr; }, "_map_x is null"},
+        {[](RotateMMapParam& p) { p._map_y = nullptr; }, "_map_y is null"},
+        {[](RotateMMapParam& p) { p._map_x_rot_buffer = nullptr; }, "_map_x_rot_buffer is null"},
+        {[](RotateMMapParam& p) { p._map_y_rot_buffer = nullptr; }, "_map_y_rot_buffer is null"},
+        {[](RotateMMapParam& p) { p._width_map_rot_buffer = 0; }, "_width_map_rot_buffer 0 is not positive"},
+        {[](RotateMMapParam& p) { p._padding_x_img = 4; }, "_padding_x_img 4 leaves no image of _width_img 8"},
+        {[](RotateMMapParam& p) { p._stride_map = 7; }, "_stride_map 7 is below _width_map 8"},
         // Padding -8: k = ceil(24 / 8) = 3, x0 = -8 / 3 = -2.
-        {"band before the row", [](RotateMMapParam& p) { p._padding_x_img = -8; },
-         "[RotateMMap] _padding_x_img -8 starts the band at column -2\n"},
-        {"band past the stride", [](RotateMMapParam& p) { p._stride_map_rot_buffer = 7; },
-         "[RotateMMap] _stride_map_rot_buffer 7 is below the band end 8\n"},
-        {"band past the stride of a map with negative height",
-         [](RotateMMapParam& p) {
+        {[](RotateMMapParam& p) { p._padding_x_img = -8; }, "_padding_x_img -8 starts the band at column -2"},
+        {[](RotateMMapParam& p) { p._stride_map_rot_buffer = 7; }, "_stride_map_rot_buffer 7 is below the band end 8"},
+        // The same with a map of negative height.
+        {[](RotateMMapParam& p) {
              p._height_map = -3;
              p._stride_map_rot_buffer = 7;
          },
-         "[RotateMMap] _stride_map_rot_buffer 7 is below the band end 8\n"},
+         "_stride_map_rot_buffer 7 is below the band end 8"},
     };
     for (const BadInput& c : cases) {
-        SCOPED_TRACE(c.what);
+        SCOPED_TRACE(c.line);
         MapCase m{8, 8, 8, 30, 8, 2, 8, 8, 0, std::vector<int32_t>(64, 1), std::vector<int32_t>(64, 1)};
         std::vector<int32_t> x, y;
         RotateMMapParam p = m.param(x, y);
         c.spoil(p);
         LogCapture log;
         EXPECT_EQ(RotateMMap(p), 0);
-        EXPECT_EQ(x, std::vector<int32_t>(24, kSentinel));
-        EXPECT_EQ(y, std::vector<int32_t>(24, kSentinel));
+        EXPECT_EQ(x, std::vector<int32_t>(24, S));
+        EXPECT_EQ(y, std::vector<int32_t>(24, S));
         ASSERT_EQ(log.lines().size(), 1u);
         EXPECT_EQ(log.lines()[0].module, 0x10004001);
         EXPECT_EQ(log.lines()[0].tag, "MMapRotate");
-        EXPECT_EQ(log.lines()[0].text, c.line);
+        EXPECT_EQ(log.lines()[0].text, std::string("[RotateMMap] ") + c.line + "\n");
     }
 }
 
-// ---- diagnostics ----------------------------------------------------------------
-
-TEST(RotateMMapDiagnostics, DetailLogListsTheRecordWhenAskedFor) {
-    ScopedProperties properties;
-    properties.set("vendor.mmapRotate.detailLog", "1");
-    MapCase m{8, 6, 9, -90, 6, 8, 7, 6, 0, std::vector<int32_t>(54, 1), std::vector<int32_t>(54, 1)};
-    std::vector<int32_t> x, y;
-    LogCapture log;
-    RotateMMap(m.param(x, y));
-    const std::vector<std::string> expected{
-        "version 20220824\n",           "_width_map 8\n",
-        "_height_map 6\n",              "_stride_map 9\n",
-        "_degree_rot -90\n",            "_width_map_rot_buffer 6\n",
-        "_height_map_rot_buffer 8\n",   "_stride_map_rot_buffer 7\n",
-        "_width_img 6\n",               "_height_img 480\n",
-        "_padding_x_img 0\n"};
-    EXPECT_EQ(log.texts(), expected);
-    for (const auto& line : log.lines()) EXPECT_EQ(line.tag, "MMapRotate");
-}
-
-TEST(RotateMMapDiagnostics, OtherValuesStayQuiet) {
-    for (const char* value : {"0", "2", "yes", ""}) {
+// The record is logged for "1" only, and a good call logs nothing else.
+TEST(RotateMMap, DetailLogListsTheRecordWhenAskedFor) {
+    const std::vector<std::string> record{
+        "version 20220824\n",         "_width_map 8\n",          "_height_map 6\n",
+        "_stride_map 9\n",            "_degree_rot -90\n",       "_width_map_rot_buffer 6\n",
+        "_height_map_rot_buffer 8\n", "_stride_map_rot_buffer 7\n", "_width_img 6\n",
+        "_height_img 480\n",          "_padding_x_img 0\n"};
+    for (const char* value : {"1", "0", "2", "yes", ""}) {
         ScopedProperties properties;
         properties.set("vendor.mmapRotate.detailLog", value);
-        MapCase m{8, 6, 8, 30, 6, 8, 6, 6, 0, std::vector<int32_t>(48, 1), std::vector<int32_t>(48, 1)};
+        MapCase m{8, 6, 9, -90, 6, 8, 7, 6, 0, std::vector<int32_t>(54, 1), std::vector<int32_t>(54, 1)};
         std::vector<int32_t> x, y;
         LogCapture log;
         RotateMMap(m.param(x, y));
-        EXPECT_TRUE(log.lines().empty()) << value;
+        EXPECT_EQ(log.texts(), std::string(value) == "1" ? record : std::vector<std::string>{}) << value;
+        for (const auto& line : log.lines()) EXPECT_EQ(line.tag, "MMapRotate");
     }
 }
 

@@ -13,107 +13,60 @@ namespace {
 using velmo::testing::LogCapture;
 using velmo::testing::ScopedProperties;
 
-TEST(HostPlatform, LogLinesReachTheSinkAsFormatted) {
-    LogCapture capture;
-    VELMO_LOG("GenSize", "[GenSizeInit] version %s\n", "v3");
-    VELMO_LOG("MMapRotate", "no newline %d", 7);
-    ASSERT_EQ(capture.lines().size(), 2u);
-    EXPECT_EQ(capture.lines()[0].module, 0x10004001);
-    EXPECT_EQ(capture.lines()[0].tag, "GenSize");
-    EXPECT_EQ(capture.lines()[0].text, "[GenSizeInit] version v3\n");
-    EXPECT_EQ(capture.lines()[1].text, "no newline 7");
-}
-
-TEST(HostPlatform, LongLinesAreNotCut) {
-    LogCapture capture;
-    const std::string text(5000, 'x');
-    VELMO_LOG("GenSize", "%s", text.c_str());
-    ASSERT_EQ(capture.lines().size(), 1u);
-    EXPECT_EQ(capture.lines()[0].text, text);
-}
-
-// Sets VELMO_LOG (nullptr unsets it) for a test and restores it afterwards.
-class ScopedLogEnvironment {
-public:
-    explicit ScopedLogEnvironment(const char* value) {
-        const char* old = std::getenv("VELMO_LOG");
-        hadValue_ = old != nullptr;
-        if (hadValue_) old_ = old;
-        set(value);
+// What two log lines leave on stderr with VELMO_LOG set to `env` (nullptr:
+// unset), through the default sink or the one given.
+std::string stderrWith(const char* env, quentra::host::LogSink sink = nullptr) {
+    if (env != nullptr) {
+        setenv("VELMO_LOG", env, 1);
+    } else {
+        unsetenv("VELMO_LOG");
     }
-    ~ScopedLogEnvironment() { set(hadValue_ ? old_.c_str() : nullptr); }
-    ScopedLogEnvironment(const ScopedLogEnvironment&) = delete;
-    ScopedLogEnvironment& operator=(const ScopedLogEnvironment&) = delete;
-
-private:
-    static void set(const char* value) {
-        if (value == nullptr) {
-            unsetenv("VELMO_LOG");
-        } else {
-            setenv("VELMO_LOG", value, 1);
-        }
-    }
-
-    bool hadValue_ = false;
-    std::string old_;
-};
-
-TEST(HostPlatform, DefaultSinkWritesTagAndAddsMissingNewlineWhenAsked) {
-    ScopedLogEnvironment verbose("1");
+    quentra::host::setLogSink(sink, nullptr);
     testing::internal::CaptureStderr();
     VELMO_LOG("OISWarpMap", "a\n");
-    VELMO_LOG("OISWarpMap", "b");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "D OISWarpMap: a\nD OISWarpMap: b\n");
-}
-
-TEST(HostPlatform, DefaultSinkDropsDebugLinesUnlessAsked) {
-    for (const char* value : {static_cast<const char*>(nullptr), "", "0"}) {
-        ScopedLogEnvironment quiet(value);
-        testing::internal::CaptureStderr();
-        VELMO_LOG("GenSize", "[GenSizeInit] dropped\n");
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "VELMO_LOG=" << (value ? value : "(unset)");
-    }
-}
-
-TEST(HostPlatform, StderrSinkWritesEveryLine) {
-    ScopedLogEnvironment quiet(nullptr);
-    quentra::host::setLogSink(&quentra::host::stderrLogSink, nullptr);
-    testing::internal::CaptureStderr();
     VELMO_LOG("MMapRotate", "kept %d", 1);
-    const std::string written = testing::internal::GetCapturedStderr();
     quentra::host::setLogSink(nullptr, nullptr);
-    EXPECT_EQ(written, "D MMapRotate: kept 1\n");
+    unsetenv("VELMO_LOG");
+    return testing::internal::GetCapturedStderr();
 }
 
-TEST(HostPlatform, ReplacedSinkReceivesLinesWhateverTheEnvironment) {
-    ScopedLogEnvironment quiet("0");
+// A replaced sink gets every line as formatted, uncut, whatever the
+// environment says.
+TEST(HostPlatform, LogLinesReachTheSinkAsFormatted) {
+    setenv("VELMO_LOG", "0", 1);
     LogCapture capture;
-    VELMO_LOG("GenSize", "line\n");
-    ASSERT_EQ(capture.lines().size(), 1u);
-    EXPECT_EQ(capture.lines()[0].text, "line\n");
+    const std::string longText(5000, 'x');
+    VELMO_LOG("GenSize", "[GenSizeInit] version %s\n", "v3");
+    VELMO_LOG("MMapRotate", "no newline %d", 7);
+    VELMO_LOG("GenSize", "%s", longText.c_str());
+    unsetenv("VELMO_LOG");
+    ASSERT_EQ(capture.lines().size(), 3u);
+    EXPECT_EQ(capture.lines()[0].module, 0x10004001);
+    EXPECT_EQ(capture.lines()[0].tag, "GenSize");
+    EXPECT_EQ(capture.texts(), (std::vector<std::string>{"[GenSizeInit] version v3\n", "no newline 7", longText}));
 }
 
-TEST(HostPlatform, PropertiesSetReadRemove) {
+// The default sink writes debug lines only when asked; the stderr sink always.
+// Both add the tag and a missing newline.
+TEST(HostPlatform, StderrSinksWriteTagAndNewline) {
+    const std::string both = "D OISWarpMap: a\nD MMapRotate: kept 1\n";
+    EXPECT_EQ(stderrWith("1"), both);
+    EXPECT_EQ(stderrWith(nullptr), "");
+    EXPECT_EQ(stderrWith(""), "");
+    EXPECT_EQ(stderrWith("0"), "");
+    EXPECT_EQ(stderrWith(nullptr, &quentra::host::stderrLogSink), both);
+}
+
+TEST(HostPlatform, PropertiesSetReadRemoveAndCutToTheAndroidMaximum) {
     ScopedProperties props;
     char value[velmo::kPropertyBufferSize];
     EXPECT_FALSE(velmo::readProperty("vendor.debug.x", value));
     EXPECT_STREQ(value, "");
-
-    props.set("vendor.debug.x", "2");
+    props.set("vendor.debug.x", std::string(200, '7').c_str());
     ASSERT_TRUE(velmo::readProperty("vendor.debug.x", value));
-    EXPECT_STREQ(value, "2");
-
+    EXPECT_EQ(std::string(value), std::string(91, '7'));
     props.set("vendor.debug.x", nullptr);
     EXPECT_FALSE(velmo::readProperty("vendor.debug.x", value));
-}
-
-TEST(HostPlatform, PropertyValuesAreCutToTheAndroidMaximum) {
-    ScopedProperties props;
-    const std::string longValue(200, '7');
-    props.set("k", longValue.c_str());
-    char value[velmo::kPropertyBufferSize];
-    ASSERT_TRUE(velmo::readProperty("k", value));
-    EXPECT_EQ(std::string(value), std::string(91, '7'));
 }
 
 }  // namespace
