@@ -139,64 +139,6 @@ TEST(CombWarpMapTransMerge, WorkedSmallGrid) {
     }
 }
 
-// Fixed point of an identity OIS map on its uniform grid.
-Map identityOis(int imageW, int imageH, int w, int h) {
-    std::vector<int> xs, ys;
-    for (int r = 0; r < h; ++r) {
-        for (int c = 0; c < w; ++c) {
-            xs.push_back(static_cast<int>(std::lround(32.0 * c * (imageW - 1) / (w - 1))));
-            ys.push_back(static_cast<int>(std::lround(32.0 * r * (imageH - 1) / (h - 1))));
-        }
-    }
-    return Map(xs, ys);
-}
-
-// An N3D map over the image and `margin` beyond it on each side (a fraction
-// of the image), fractional positions included, the last point on the
-// image's last pixel.
-Map n3dSpread(int imageW, int imageH, int w, int h, double margin) {
-    std::vector<int> xs, ys;
-    for (int r = 0; r < h; ++r) {
-        for (int c = 0; c < w; ++c) {
-            const double u = -margin + (1 + 2 * margin) * c / std::max(w - 1, 1);
-            const double v = -margin + (1 + 2 * margin) * r / std::max(h - 1, 1);
-            xs.push_back(static_cast<int>(std::lround(32.0 * u * (imageW - 1) + 5 * ((r + c) % 3))));
-            ys.push_back(static_cast<int>(std::lround(32.0 * v * (imageH - 1) - 7 * ((r * c) % 4))));
-        }
-    }
-    xs.back() = 32 * (imageW - 1);
-    ys.back() = 32 * (imageH - 1);
-    return Map(xs, ys);
-}
-
-TEST(CombWarpMapTransMerge, IdentityOisMapLeavesTheN3dMap) {
-    struct Case {
-        int imageW, imageH, oisW, oisH, n3dW, n3dH;
-        double margin;
-        int tolerance;  // in fixed-point steps
-    };
-    // Grid steps that are whole pixels give an exact identity, extrapolated
-    // exactly too; others carry the identity's own rounding to 1/32 pixel,
-    // at most half a step inside the image (and amplified by extrapolation,
-    // so those stay inside).
-    const Case cases[] = {{129, 97, 5, 4, 17, 13, 0.05, 0},   {33, 33, 2, 2, 9, 7, 0.05, 0},
-                          {1921, 1081, 65, 37, 40, 30, 0.05, 0}, {1920, 1080, 66, 66, 61, 45, 0.0, 1},
-                          {4000, 3000, 13, 9, 600, 3, 0.0, 1}};
-    for (const Case& c : cases) {
-        Merger m;
-        Map ois = identityOis(c.imageW, c.imageH, c.oisW, c.oisH);
-        Map n3d = n3dSpread(c.imageW, c.imageH, c.n3dW, c.n3dH, c.margin);
-        m.comb.mergeGrid(ois.get(), n3d.get(),
-                         {c.imageW, c.imageH, 0, 0, c.oisW, c.oisH, c.n3dW, c.n3dH});
-        const int n = c.n3dW * c.n3dH;
-        const std::vector<int> x = m.x(n), y = m.y(n);
-        for (int k = 0; k < n; ++k) {
-            ASSERT_LE(std::abs(x[k] - n3d.x[k]), c.tolerance) << c.imageW << " point " << k;
-            ASSERT_LE(std::abs(y[k] - n3d.y[k]), c.tolerance) << c.imageW << " point " << k;
-        }
-    }
-}
-
 // Only the last triangle holds the last vertex; a position exactly there
 // takes that vertex's OIS value, whatever the others are.
 TEST(CombWarpMapTransMerge, LastPixelLandsInTheLastTriangle) {

@@ -125,34 +125,6 @@ TEST_F(ForwardTransform, ConstructorOffsetMovesTheVectorsUnscaled) {
     }
 }
 
-// Nodes every 100 pixels of a 200 x 200 source, turned 90 degrees about
-// (100, 100): (x, y) -> (y, 200 - x). Guards after each array catch writes
-// past the content grid.
-TEST_F(ForwardTransform, RotationHelperTurnsTheGridInPlace) {
-    TransformRig rig(3, 3, 3, 3, VWMT_DIRECTION_FORWARD, 90.0f);
-    rig.write(13, std::vector<int>{0, 3, 1, 1, 3, 4, 1, 4, 2, 2, 4, 5, 3, 6, 4, 4, 6, 7, 4, 7, 5, 5, 7, 8});
-    const float guard = -12345.0f, scratchGuard = -999.0f;  // differ, so a copy past the grid shows
-    std::vector<float> nodes, rotated(22, guard), scratch(22, scratchGuard);
-    for (int k = 0; k < 9; ++k) {
-        nodes.push_back(100.0f * (k % 3));
-        nodes.push_back(100.0f * (k / 3));
-    }
-    std::vector<float> grid = nodes;
-    grid.insert(grid.end(), 4, guard);
-    GridFromOisParam g = gridParam({200, 200}, {0, 0}, {0, 0}, 90.0f);
-    rig.trans().genRotateGridXYByMeshInterPolation(nodes.data(), rotated.data(), grid.data(), scratch.data(), g);
-    for (int k = 0; k < 9; ++k) {
-        EXPECT_NEAR(grid[2 * k], nodes[2 * k + 1], 1e-3) << k;
-        EXPECT_NEAR(grid[2 * k + 1], 200.0f - nodes[2 * k], 1e-3) << k;
-        EXPECT_NEAR(rotated[2 * k], nodes[2 * k + 1], 1e-3) << k;
-    }
-    for (int k = 18; k < 22; ++k) {
-        EXPECT_EQ(grid[k], guard);
-        EXPECT_EQ(rotated[k], guard);
-        EXPECT_EQ(scratch[k], scratchGuard);
-    }
-}
-
 // Content 6 x 6 has more triangles than the 3 x 3 mesh, so nothing spills
 // into arrays 14 to 16; the backward transform alone uses arrays 3 and 4, and
 // a full vector grid needs none of arrays 20 to 24.

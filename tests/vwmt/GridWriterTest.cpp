@@ -102,23 +102,6 @@ TEST(ResizeCropRotGrid, QuarterTurnFetchesFromTheTurnedPosition) {
     }
 }
 
-TEST(GridWriters, LogTheirParametersAtLevelOneOnly) {
-    for (int level : {0, 1}) {
-        Writer w(2, 2, 2);
-        VWMT::logLevel = level;
-        w.resizeCropRot({640, 480, 320, 240, 1, 2, 300, 200, 280, 190, 12.5f, 0});
-        std::vector<int> arr(4, 0);
-        w.fromOis(w.planes, arr, arr, 90.0f, 1);
-        const std::vector<std::string> expected = {
-            "[VWMT][getGridFromResizeCropRot][_gridParam] direction: 0, srcImg.size: (640, 480), rzImg.size: (320, "
-            "240), CropImg.size: (1, 2, 300, 200), rotImg.size: (280, 190), rotAngle: (12.500000)\n",
-            "[VWMT][getGridFromOisResizeCropRot] rotate warping grid for vertical case, rotDegree: 90.000000\n",
-            "[VWMT][getGridFromOisResizeCropRot][_gridParam] direction: 1, srcImg.size: (640, 480), rzImg.size: (0, "
-            "0), CropImg.size: (0, 0, 0, 0), rotImg.size: (600, 481), rotAngle: (90.000000)\n"};
-        EXPECT_EQ(w.log.texts(), level ? expected : std::vector<std::string>{});
-    }
-}
-
 // Both writers name the OIS writer in this text; tools match it as it is.
 TEST(GridWriters, MissingPlaneWritesNothing) {
     for (int missing = 0; missing < 2; ++missing) {

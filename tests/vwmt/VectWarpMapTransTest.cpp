@@ -11,78 +11,45 @@ namespace {
 
 using namespace velmo::testing;
 
-const char* const kVersion[] = {"[VWMT][VectWarpMapTrans] VectWMTrans v 2. 4.20\n",
-                                "[VWMT][VectWarpMapTrans] version: 20240827-2"};
-
-// Working buffer sizes below: 16 G + 56 C + 80 M + 24 content cells + 48 meshH
-// bytes, G the vector grid, M the mesh and C the content nodes.
-TEST(VectWarpMapTransInit, ConstructorsLogReadTheirPropertiesAndSizeTheBuffer) {
-    const struct {
-        const char* name;
-        int w, h, isOisOn;  // isOisOn -1 is passed as given; -9: the two-argument constructor
-        const char* level;
-        const char* scaleX;
-        std::vector<std::string> tail;  // the lines after the version
-        int bytes;
-        int wantLevel;
-        float wantScaleX;
-    } cases[] = {
-        {"grid", 9, 7, -9, "3", nullptr,
-         {"[VWMT][VectWarpMapTrans] Init VectWMTrans gridInW(9), gridInH(7)\n",
-          "[VWMT][VectWarpMapTrans] Init VectWMTrans meshW(9), meshH(7)\n",
-          "[VWMT][VectWarpMapTrans] Init VectWMTrans warpmapW(12), warpmapH(12)\n",
-          "[VWMT][VectWarpMapTrans] logLevel: 3\n"},
-         -1, 3, 0.88f},
-        // G = 63, M = 63, C = 144 (the warp map side), 11 x 11 cells, meshH 7.
-        {"per frame, OIS on", 9, 7, 1, "1", "0.5",
-         {"[VWMT][VectWarpMapTrans] Init VectWMTrans gridInW(9), gridInH(7), isOisOn(1)\n",
-          "[VWMT][VectWarpMapTrans] Init VectWMTrans meshW(9), meshH(7)\n",
-          "[VWMT][VectWarpMapTrans] Init VectWMTrans warpmapW(12), warpmapH(12)\n",
-          "[VWMT][VectWarpMapTrans] Init VectWMTrans buffer_w(12), buffer_h(12), content_w(12), content_h(12),\n",
-          "[VWMT][VectWarpMapTrans] logLevel: 1, isOisOn: 1\n",
-          "[VWMT][VectWarpMapTrans] ois_scale_x: 0.500000, ois_scale_y: 0.880000\n"},
-         1008 + 8064 + 5040 + 2904 + 336, 1, 0.5f},
-        // Any isOisOn other than 1 stands by: G = 63 as given, mesh and content
-        // 28 x 28 (784 nodes, 729 cells).
-        {"stand-by", 9, 7, 2, nullptr, "1.25",
-         {"[VWMT][VectWarpMapTrans] Init VectWMTrans gridInW(9), gridInH(7), isOisOn(2)\n",
-          "[VWMT][VectWarpMapTrans] logLevel: 0, isOisOn: 2\n",
-          "[VWMT][VectWarpMapTrans] ois_scale_x: 1.250000, ois_scale_y: 0.880000\n"},
-         1008 + 56 * 784 + 80 * 784 + 24 * 729 + 48 * 28, 0, 1.25f},
-        {"stand-by, off", 9, 7, 0, nullptr, nullptr,
-         {"[VWMT][VectWarpMapTrans] Init VectWMTrans gridInW(9), gridInH(7), isOisOn(0)\n",
-          "[VWMT][VectWarpMapTrans] logLevel: 0, isOisOn: 0\n",
-          "[VWMT][VectWarpMapTrans] ois_scale_x: 0.880000, ois_scale_y: 0.880000\n"},
-         1008 + 56 * 784 + 80 * 784 + 24 * 729 + 48 * 28, 0, 0.88f},
-    };
-    for (const auto& c : cases) {
+// The per-frame constructor logs its version, sizes and the three properties
+// it reads; with isOisOn other than 1 it stands by without an arena (no
+// usage print) at a 28 x 28 mesh and content. The buffer size is 16 G + 56 C +
+// 80 M + 24 content cells + 48 meshH bytes, G the vector grid, M the mesh and
+// C the content nodes: on, G = M = 63, C = 144 (the warp map side), 121 cells;
+// standing by, G = 63, M = C = 784, 729 cells.
+TEST(VectWarpMapTransInit, PerFrameConstructorLogsReadsItsPropertiesAndSizesTheBuffer) {
+    for (int isOisOn : {1, 2, 0}) {
         TransformerGlobals globals;
         ScopedProperties props;
-        if (c.level) props.set("vendor.velmoUtil.vwmt.logLevel", c.level);
-        if (c.scaleX) props.set("vendor.velmoUtil.vwmt.ois_scale_x", c.scaleX);
+        props.set("vendor.velmoUtil.vwmt.logLevel", "1");
+        props.set("vendor.velmoUtil.vwmt.ois_scale_y", "1.25");
         LogCapture log;
         ::testing::internal::CaptureStdout();
-        VectWarpMapTrans trans = c.isOisOn == -9 ? VectWarpMapTrans(c.w, c.h) : VectWarpMapTrans(c.w, c.h, c.isOisOn);
-        const std::string out = ::testing::internal::GetCapturedStdout();
-        EXPECT_EQ(out.rfind("Memory Heap Utilization: ", 0), c.isOisOn == 2 || c.isOisOn == 0 ? std::string::npos : 0u)
-            << c.name << ": an arena prints its usage, stand-by has none";
-        std::vector<std::string> expected(kVersion, kVersion + 2);
-        expected.insert(expected.end(), c.tail.begin(), c.tail.end());
-        EXPECT_EQ(log.texts(), expected) << c.name;
-        for (const auto& line : log.lines()) {
-            EXPECT_EQ(line.module, 0x10004001);
-            EXPECT_EQ(line.tag, "OISWarpMap");
+        VectWarpMapTrans trans(9, 7, isOisOn);
+        EXPECT_EQ(::testing::internal::GetCapturedStdout().rfind("Memory Heap Utilization: ", 0),
+                  isOisOn == 1 ? 0u : std::string::npos);
+        const std::string on = std::to_string(isOisOn), init = "[VWMT][VectWarpMapTrans] Init VectWMTrans ";
+        std::vector<std::string> expected = {"[VWMT][VectWarpMapTrans] VectWMTrans v 2. 4.20\n",
+                                             "[VWMT][VectWarpMapTrans] version: 20240827-2",
+                                             init + "gridInW(9), gridInH(7), isOisOn(" + on + ")\n"};
+        if (isOisOn == 1) {
+            expected.push_back(init + "meshW(9), meshH(7)\n");
+            expected.push_back(init + "warpmapW(12), warpmapH(12)\n");
+            expected.push_back(init + "buffer_w(12), buffer_h(12), content_w(12), content_h(12),\n");
         }
-        if (c.bytes >= 0) {
-            EXPECT_EQ(trans.getWorkingBufferSize(), c.bytes) << c.name;
-        }
-        EXPECT_EQ(VWMT::logLevel, c.wantLevel) << c.name;
-        EXPECT_EQ(VWMT::ois_scale_x, c.wantScaleX) << c.name;
+        expected.push_back("[VWMT][VectWarpMapTrans] logLevel: 1, isOisOn: " + on + "\n");
+        expected.push_back("[VWMT][VectWarpMapTrans] ois_scale_x: 0.880000, ois_scale_y: 1.250000\n");
+        EXPECT_EQ(log.texts(), expected);
+        for (const auto& line : log.lines()) EXPECT_EQ(line.module, 0x10004001);
+        EXPECT_EQ(trans.getWorkingBufferSize(),
+                  isOisOn == 1 ? 1008 + 8064 + 5040 + 2904 + 336 : 1008 + 56 * 784 + 80 * 784 + 24 * 729 + 48 * 28);
+        EXPECT_EQ(VWMT::logLevel, 1);
+        EXPECT_EQ(VWMT::ois_scale_y, 1.25f);
     }
 }
 
-// The warp engine takes grids in steps of four nodes; a one-column grid
-// becomes a two-column mesh, a one-row grid stays one row.
+// The grid constructor: the warp engine takes grids in steps of four nodes; a
+// one-column grid becomes a two-column mesh, a one-row grid stays one row.
 TEST(VectWarpMapTransInit, WarpMapSideAndMeshSize) {
     const struct {
         int w, h;
@@ -165,26 +132,12 @@ TEST(VectWarpMapTransFrameSize, OnlyAVerticalModuleAtAQuarterTurnSwapsTheContent
     }
 }
 
-TEST(VectWarpMapTransFrameSize, LogsTheFourPerFrameLinesAtLevelOne) {
+// With OIS off the vector grid keeps its constructed size; mesh and content
+// follow the output content: G = 63, M = C = 30 (not swapped), 20 cells,
+// meshH 5.
+TEST(VectWarpMapTransFrameSize, OisOffTakesMeshAndContentFromTheOutput) {
     TransformerGlobals globals;
-    LogCapture log;
-    VectWarpMapTrans trans(4, 4, 1);
-    VWMTInput in = makeInput(1, 6, VWMT_DIRECTION_FORWARD, 8, 7, 9, 0.0f);
-    log.clear();
-    trans.updateVectSize(in);
-    EXPECT_TRUE(log.texts().empty()) << "level 0 is silent";
-    VWMT::logLevel = 1;
-    trans.updateVectSize(in);
-    const std::vector<std::string> expected = {
-        "[VWMT][updateVectSize] Perframe VectWMTrans gridInW(1), gridInH(6)\n",
-        "[VWMT][updateVectSize] Perframe VectWMTrans meshW(2), meshH(6)\n",
-        "[VWMT][updateVectSize] Perframe VectWMTrans meshW_resampled(8), meshH_resampled(7)\n",
-        "[VWMT][updateVectSize] Perframe VectWMTrans buffer_w(9), buffer_h(9), content_w(8), content_h(7)\n",
-    };
-    EXPECT_EQ(log.texts(), expected);
-    // With OIS off the vector grid keeps its constructed size; mesh and
-    // content follow the output content: G = 63, M = C = 30 (not swapped),
-    // 20 cells, meshH 5.
+    LogCapture quiet;
     VectWarpMapTrans off(9, 7, 0);
     off.updateVectSize(makeInput(3, 3, VWMT_DIRECTION_BACKWARD_VERTICAL, 6, 5, 8, 90.0f));
     EXPECT_EQ(off.getWorkingBufferSize(), 16 * 63 + 56 * 30 + 80 * 30 + 24 * 20 + 48 * 5);
