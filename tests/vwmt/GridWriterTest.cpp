@@ -124,69 +124,48 @@ TEST(GridWriters, MissingPlaneWritesNothing) {
     }
 }
 
-// Working grid 3 x 2 (values a..f row by row, pixels x 32) and how the
-// vertical module's turn leaves it in the planes.
-TEST(OisGridWriter, VerticalModuleUndoesItsTurn) {
-    const std::vector<int> source = {32, 64, 96, 128, 160, 192};  // a b c / d e f
+// The OIS writer copies the working grid, re-rounded: plus one half then
+// truncation moves a negative value one step toward zero. Forward grids refer
+// to the rotated image: re-centred by half the size difference, (640 - 600) /
+// 2 = 20 pixels across and (480 - 481) / 2 = 0 (truncated toward zero) down.
+// A vertical module (dir 1) undoes its turn: a 3 x 2 grid a b c / d e f
+// leaves the planes as below, and the content size then describes the
+// turned block.
+TEST(OisGridWriter, CopiesRecentresAndUndoesTheVerticalTurn) {
+    const std::vector<int> abc = {32, 64, 96, 128, 160, 192}, halves = {0, 32, -16, 47};
     const struct {
         float angle;
-        int outW, outH;
-        std::vector<int> rows;  // written block, row by row
+        int dir, contentW, contentH, outW, outH;
+        std::vector<int> xs, ys;  // written block, row by row; no ys: as xs
     } cases[] = {
-        {90.0f, 2, 3, {128, 32, 160, 64, 192, 96}},   // d a / e b / f c
-        {270.0f, 2, 3, {96, 192, 64, 160, 32, 128}},  // c f / b e / a d
-        {-90.0f, 2, 3, {96, 192, 64, 160, 32, 128}},
-        {180.0f, 3, 2, {192, 160, 128, 96, 64, 32}},
-        {90.0001f, 3, 2, {32, 64, 96, 128, 160, 192}},
-        {45.0f, 3, 2, {32, 64, 96, 128, 160, 192}},
+        {90.0f, 1, 3, 2, 2, 3, {128, 32, 160, 64, 192, 96}, {}},   // d a / e b / f c
+        {270.0f, 1, 3, 2, 2, 3, {96, 192, 64, 160, 32, 128}, {}},  // c f / b e / a d
+        {-90.0f, 1, 3, 2, 2, 3, {96, 192, 64, 160, 32, 128}, {}},
+        {180.0f, 1, 3, 2, 3, 2, {192, 160, 128, 96, 64, 32}, {}},
+        {90.0001f, 1, 3, 2, 3, 2, abc, {}},
+        {45.0f, 1, 3, 2, 3, 2, abc, {}},
+        {0.0f, 0, 2, 2, 2, 2, {640, 672, 624, 687}, {0, 32, -15, 47}},
+        {0.0f, 2, 2, 2, 2, 2, {0, 32, -15, 47}, {}},
+        {0.0f, 1, 2, 2, 2, 2, {0, 32, -15, 47}, {}},
+        {0.0f, 7, 2, 2, 2, 2, {0, 32, -15, 47}, {}},
     };
     for (const auto& c : cases) {
-        Writer w(3, 2, 4);
-        std::vector<int> arrX = source, arrY = source;
-        w.fromOis(w.planes, arrX, arrY, c.angle, 1);
-        for (int j = 0; j < 4; ++j) {
-            for (int i = 0; i < 4; ++i) {
-                const bool inside = i < c.outW && j < c.outH;
-                const int expected = inside ? c.rows[j * c.outW + i] : OutputPlanes::kUntouched;
-                EXPECT_EQ(w.planes.X(i, j), expected) << c.angle << " at " << i << "," << j;
-                EXPECT_EQ(w.planes.Y(i, j), expected) << c.angle << " at " << i << "," << j;
-            }
+        SCOPED_TRACE(::testing::Message() << "angle " << c.angle << " dir " << c.dir);
+        Writer w(c.contentW, c.contentH, 4);
+        std::vector<int> arrX = c.contentW == 3 ? abc : halves, arrY = arrX;
+        w.fromOis(w.planes, arrX, arrY, c.angle, c.dir);
+        for (int k = 0; k < 16; ++k) {
+            const int i = k % 4, j = k / 4, at = j * c.outW + i;
+            const bool inside = i < c.outW && j < c.outH;
+            EXPECT_EQ(w.planes.X(i, j), inside ? c.xs[at] : OutputPlanes::kUntouched) << i << "," << j;
+            EXPECT_EQ(w.planes.Y(i, j), inside ? (c.ys.empty() ? c.xs : c.ys)[at] : OutputPlanes::kUntouched) << i << "," << j;
         }
         EXPECT_EQ(w.planes.weight, std::vector<int32_t>(16, OutputPlanes::kUntouched)) << "OIS never writes it";
-        // The content size now describes the turned block: a plain copy
-        // writes outW x outH.
         OutputPlanes again(4);
         w.fromOis(again, arrX, arrY, 0.0f, VWMT_DIRECTION_BACKWARD);
-        EXPECT_NE(again.X(c.outW - 1, c.outH - 1), OutputPlanes::kUntouched) << c.angle;
-        EXPECT_EQ(again.X(c.outW, c.outH - 1), OutputPlanes::kUntouched) << c.angle;
-        EXPECT_EQ(again.X(c.outW - 1, c.outH), OutputPlanes::kUntouched) << c.angle;
-    }
-}
-
-// Forward grids refer to the rotated image: re-centred by half the size
-// difference, (640 - 600) / 2 = 20 pixels across and (480 - 481) / 2 = 0
-// (truncated toward zero) down. Other directions copy, re-rounded: plus one
-// half then truncation moves a negative value one step toward zero.
-TEST(OisGridWriter, ForwardRecentresOthersCopy) {
-    const struct {
-        int dir;
-        std::vector<int> xs, ys;
-    } cases[] = {
-        {0, {640, 672, 624, 687}, {0, 32, -15, 47}},
-        {2, {0, 32, -15, 47}, {0, 32, -15, 47}},
-        {1, {0, 32, -15, 47}, {0, 32, -15, 47}},
-        {7, {0, 32, -15, 47}, {0, 32, -15, 47}},
-    };
-    for (const auto& c : cases) {
-        Writer w(2, 2, 3);
-        std::vector<int> arrX = {0, 32, -16, 47}, arrY = arrX;
-        w.fromOis(w.planes, arrX, arrY, 0.0f, c.dir);
-        for (int k = 0; k < 4; ++k) {
-            EXPECT_EQ(w.planes.X(k % 2, k / 2), c.xs[k]) << "dir " << c.dir << " node " << k;
-            EXPECT_EQ(w.planes.Y(k % 2, k / 2), c.ys[k]) << "dir " << c.dir << " node " << k;
-        }
-        EXPECT_EQ(w.planes.X(2, 0), OutputPlanes::kUntouched);
-        EXPECT_EQ(w.planes.X(0, 2), OutputPlanes::kUntouched);
+        EXPECT_NE(again.X(c.outW - 1, c.outH - 1), OutputPlanes::kUntouched);
+        EXPECT_EQ(again.X(c.outW, c.outH - 1), OutputPlanes::kUntouched);
+        EXPECT_EQ(again.X(c.outW - 1, c.outH), OutputPlanes::kUntouched);
     }
 }
 
