@@ -113,25 +113,6 @@ TEST(OisFrame, FramesWorkedByHand) {
     }
 }
 
-// A vertical module at 90 degrees swaps the 4 x 3 content up front and turns
-// it back: 4 wide, 3 tall. At -90 nothing is swapped and the counter-clockwise
-// turn leaves 3 wide, 4 tall.
-TEST(OisFrame, VerticalModuleBlockShape) {
-    const struct {
-        float angle;
-        int w, h;
-    } cases[] = {{90.0f, 4, 3}, {270.0f, 4, 3}, {-90.0f, 3, 4}, {180.0f, 4, 3}, {0.0f, 4, 3}};
-    for (const auto& c : cases) {
-        Frame f(4, 4, 1, 6, 4);
-        f.in.gridParam.content_h = 3;
-        f.geometry(640, 480, 640, c.angle, VWMT_DIRECTION_BACKWARD_VERTICAL);
-        f.carve();
-        f.run();
-        EXPECT_TRUE(f.errors().empty()) << c.angle;
-        f.expectBlock(c.w, c.h, "vertical " + std::to_string(c.angle));
-    }
-}
-
 // Arrays 18 and 19 lie after 16 G + 48 C + 48 M + 24 cells + 48 meshH bytes:
 // 2200 and 2264 for a 4 x 4 grid, mesh and content. An unknown direction
 // runs no transform and copies them as they stand.

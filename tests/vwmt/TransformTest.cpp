@@ -73,27 +73,6 @@ TEST_F(Transform, UniformShiftMovesEveryNodeByTheResizedShift) {
     }
 }
 
-// Column values 0, 10, 20 lie at 0, 2000 and 4000 along the 4000-pixel
-// fixed-up sensor and are re-sampled along the crop, which the tg crop's x
-// offset of 40 moves: mesh rows read 0.2, 10.2 and 20 (clamped). Both mesh
-// columns take their row's value, so the shift depends on y alone and is
-// piecewise linear between the mesh rows at 0, 750 and 1500.
-TEST_F(Transform, OneColumnRowsTakeTheirOwnVector) {
-    TransformRig rig(1, 3, 3, 5, VWMT_DIRECTION_FORWARD, 0.0f);
-    rig.x() = {0.0, 10.0, 20.0};
-    rig.forward(frameGeometry({0, 0, 0, 0}, {640, 480}), rotatedTo(2000, 1500, 0.0f));
-    const double rowValue[3] = {0.2, 10.2, 20.0};
-    const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
-    for (int k = 0; k < 15; ++k) {
-        const double y = (k / 3) * 1499.0 / 4 + 0.5;  // the pixel centre the node reads, P1 pixels
-        const int band = y < 750.0 ? 0 : 1;
-        const double t = (y - 750.0 * band) / 750.0;
-        const double shift = 0.5 * double(0.88f) * (rowValue[band] * (1 - t) + rowValue[band + 1] * t);
-        EXPECT_EQ(gx[k], fixed((k % 3) * 1999.0 / 2 + shift)) << k;
-        EXPECT_EQ(gy[k], fixed(y - 0.5)) << k;
-    }
-}
-
 // vx = 5 per vector column, vy = 10 per vector row: on the 4000 x 3000
 // fixed-up sensor vx(x) = x / 400 and vy(y) = y / 150. The P1 crop at
 // (1000, 500) sits at (1040, 530) behind the tg crop's offset, so P1 pixel u
