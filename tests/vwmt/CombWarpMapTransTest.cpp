@@ -4,19 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <new>
 #include <string>
 #include <vector>
 
 #include <hwy/targets.h>
 
-#include "support/LogCapture.h"
+#include "vwmt/TransformTestSupport.h"
 #include "vwmt/CombWarpMapTrans.h"
 #include "vwmt/MergeConversions.h"
 #include "vwmt/core/MemoryManager.h"
@@ -25,37 +22,10 @@
 #include "vwmt/core/MeshQueryRows.h"
 #include "vwmt/core/ProcWarpMap.h"
 
-// ---- allocation count ----------------------------------------------------
-
-// The replacements below pair operator new with free through malloc; GCC
-// cannot see that and flags every inlined delete.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
-
-namespace {
-std::atomic<bool> gCounting{false};
-std::atomic<int> gAllocations{0};
-}  // namespace
-
-void* operator new(size_t bytes) {
-    if (gCounting) ++gAllocations;
-    if (void* p = std::malloc(bytes == 0 ? 1 : bytes)) return p;
-    throw std::bad_alloc();
-}
-void* operator new[](size_t bytes) { return operator new(bytes); }
-void* operator new(size_t bytes, const std::nothrow_t&) noexcept {
-    if (gCounting) ++gAllocations;
-    return std::malloc(bytes == 0 ? 1 : bytes);
-}
-void* operator new[](size_t bytes, const std::nothrow_t& tag) noexcept { return operator new(bytes, tag); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-void operator delete[](void* p, size_t) noexcept { std::free(p); }
-
 namespace {
 
+using velmo::testing::gAllocations;
+using velmo::testing::gCountAllocations;
 using velmo::testing::LogCapture;
 
 constexpr int kQ = 600 * 600;
@@ -88,28 +58,24 @@ struct Map {
     int** get() { return planes; }
 };
 
-TEST(CombWarpMapTransBuffer, SizeAndResultOffsets) {
+// Results at 8 and 12 x 600 x 600 bytes; null and misaligned buffers are
+// refused with one line and leave no result planes.
+TEST(CombWarpMapTransBuffer, SizeResultOffsetsAndRefusals) {
     CombWarpMapTrans comb;
     EXPECT_EQ(comb.getWorkingBufferSize(), 11691096);
-    EXPECT_EQ(comb.resultX(), nullptr);
     std::vector<int32_t> buffer(11691096 / 4);
     char* base = reinterpret_cast<char*>(buffer.data());
-    EXPECT_EQ(comb.setWorkingBuffer(base), 0);
-    EXPECT_EQ(reinterpret_cast<char*>(comb.resultX()) - base, 2880000);  // 8 x 600 x 600
-    EXPECT_EQ(reinterpret_cast<char*>(comb.resultY()) - base, 4320000);  // 12 x 600 x 600
-}
-
-TEST(CombWarpMapTransBuffer, MisalignedOrNullBufferIsRefused) {
-    CombWarpMapTrans comb;
-    std::vector<int32_t> buffer(16);
-    for (char* bad : {static_cast<char*>(nullptr), reinterpret_cast<char*>(buffer.data()) + 2}) {
+    for (char* bad : {static_cast<char*>(nullptr), base + 2}) {
         LogCapture log;
         EXPECT_EQ(comb.setWorkingBuffer(bad), 1);
         ASSERT_EQ(log.lines().size(), 1u);
         EXPECT_EQ(log.lines()[0].tag, "OISWarpMap");
-        EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][setWorkingBuffer] ", 0), 0u) << log.lines()[0].text;
+        EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][setWorkingBuffer] working buffer ", 0), 0u) << log.lines()[0].text;
         EXPECT_EQ(comb.resultX(), nullptr);
     }
+    EXPECT_EQ(comb.setWorkingBuffer(base), 0);
+    EXPECT_EQ(reinterpret_cast<char*>(comb.resultX()) - base, 2880000);
+    EXPECT_EQ(reinterpret_cast<char*>(comb.resultY()) - base, 4320000);
 }
 
 TEST(CombWarpMapTransFormat, FixedPointToInterleavedPixels) {
@@ -152,84 +118,24 @@ TEST(CombWarpMapTransMesh, UniformGridHasCornersOnTheCornerPixels) {
 //  (10,2) is right of the mesh; the row's seed stays on t3 (last column),
 //  whose weights there are (1/2, -1/2, 1); the step right is blocked, so
 //  it is extrapolated from t3: (12, 5) -> (384, 160).
+//  Half a fixed-point step rounds away from zero: with only v0 carrying
+//  (1, -1) in fixed point, (1,1) weighs it by 1/2 and gives (1, -1).
 TEST(CombWarpMapTransMerge, WorkedSmallGrid) {
-    Merger m;
-    Map ois({32, 160, 320, 16, 128, 288}, {64, 80, 32, 192, 224, 256});
-    Map n3d({32, 224, 256, 320}, {32, 96, 128, 64});
-    const OIS_INTERPOLATE_INFO_STRUCT info{9, 5, 0, 0, 3, 2, 2, 2};
-    LogCapture log;
-    m.comb.mergeGrid(ois.get(), n3d.get(), info);
-    EXPECT_TRUE(log.lines().empty());
-    EXPECT_EQ(m.x(4), (std::vector<int>{60, 256, 288, 384}));
-    EXPECT_EQ(m.y(4), (std::vector<int>{100, 192, 256, 160}));
-}
-
-// Half a fixed-point step rounds away from zero: only v0 carries a value,
-// (1, -1) in fixed point, and (1,1) weighs it by 1/2.
-TEST(CombWarpMapTransMerge, HalfStepsRoundAwayFromZero) {
-    Merger m;
-    Map ois({1, 0, 0, 0, 0, 0}, {-1, 0, 0, 0, 0, 0});
-    Map n3d({32, 224}, {32, 96});
-    m.comb.mergeGrid(ois.get(), n3d.get(), {9, 5, 0, 0, 3, 2, 2, 1});
-    EXPECT_EQ(m.x(2), (std::vector<int>{1, 0}));
-    EXPECT_EQ(m.y(2), (std::vector<int>{-1, 0}));
-}
-
-// Fixed point of an identity OIS map on its uniform grid.
-Map identityOis(int imageW, int imageH, int w, int h) {
-    std::vector<int> xs, ys;
-    for (int r = 0; r < h; ++r) {
-        for (int c = 0; c < w; ++c) {
-            xs.push_back(static_cast<int>(std::lround(32.0 * c * (imageW - 1) / (w - 1))));
-            ys.push_back(static_cast<int>(std::lround(32.0 * r * (imageH - 1) / (h - 1))));
-        }
-    }
-    return Map(xs, ys);
-}
-
-// An N3D map over the image and `margin` beyond it on each side (a fraction
-// of the image), fractional positions included, the last point on the
-// image's last pixel.
-Map n3dSpread(int imageW, int imageH, int w, int h, double margin) {
-    std::vector<int> xs, ys;
-    for (int r = 0; r < h; ++r) {
-        for (int c = 0; c < w; ++c) {
-            const double u = -margin + (1 + 2 * margin) * c / std::max(w - 1, 1);
-            const double v = -margin + (1 + 2 * margin) * r / std::max(h - 1, 1);
-            xs.push_back(static_cast<int>(std::lround(32.0 * u * (imageW - 1) + 5 * ((r + c) % 3))));
-            ys.push_back(static_cast<int>(std::lround(32.0 * v * (imageH - 1) - 7 * ((r * c) % 4))));
-        }
-    }
-    xs.back() = 32 * (imageW - 1);
-    ys.back() = 32 * (imageH - 1);
-    return Map(xs, ys);
-}
-
-TEST(CombWarpMapTransMerge, IdentityOisMapLeavesTheN3dMap) {
-    struct Case {
-        int imageW, imageH, oisW, oisH, n3dW, n3dH;
-        double margin;
-        int tolerance;  // in fixed-point steps
-    };
-    // Grid steps that are whole pixels give an exact identity, extrapolated
-    // exactly too; others carry the identity's own rounding to 1/32 pixel,
-    // at most half a step inside the image (and amplified by extrapolation,
-    // so those stay inside).
-    const Case cases[] = {{129, 97, 5, 4, 17, 13, 0.05, 0},   {33, 33, 2, 2, 9, 7, 0.05, 0},
-                          {1921, 1081, 65, 37, 40, 30, 0.05, 0}, {1920, 1080, 66, 66, 61, 45, 0.0, 1},
-                          {4000, 3000, 13, 9, 600, 3, 0.0, 1}};
-    for (const Case& c : cases) {
+    const struct {
+        std::vector<int> oisX, oisY;
+        int queries;
+        std::vector<int> wantX, wantY;
+    } cases[] = {{{32, 160, 320, 16, 128, 288}, {64, 80, 32, 192, 224, 256}, 4, {60, 256, 288, 384}, {100, 192, 256, 160}},
+                 {{1, 0, 0, 0, 0, 0}, {-1, 0, 0, 0, 0, 0}, 2, {1, 0}, {-1, 0}}};
+    for (const auto& c : cases) {
         Merger m;
-        Map ois = identityOis(c.imageW, c.imageH, c.oisW, c.oisH);
-        Map n3d = n3dSpread(c.imageW, c.imageH, c.n3dW, c.n3dH, c.margin);
-        m.comb.mergeGrid(ois.get(), n3d.get(),
-                         {c.imageW, c.imageH, 0, 0, c.oisW, c.oisH, c.n3dW, c.n3dH});
-        const int n = c.n3dW * c.n3dH;
-        const std::vector<int> x = m.x(n), y = m.y(n);
-        for (int k = 0; k < n; ++k) {
-            ASSERT_LE(std::abs(x[k] - n3d.x[k]), c.tolerance) << c.imageW << " point " << k;
-            ASSERT_LE(std::abs(y[k] - n3d.y[k]), c.tolerance) << c.imageW << " point " << k;
-        }
+        Map ois(c.oisX, c.oisY);
+        Map n3d({32, 224, 256, 320}, {32, 96, 128, 64});
+        LogCapture log;
+        m.comb.mergeGrid(ois.get(), n3d.get(), {9, 5, 0, 0, 3, 2, 2, c.queries / 2});
+        EXPECT_TRUE(log.lines().empty());
+        EXPECT_EQ(m.x(c.queries), c.wantX);
+        EXPECT_EQ(m.y(c.queries), c.wantY);
     }
 }
 
@@ -383,9 +289,9 @@ TEST(CombWarpMapTransFast, MergeDoesNotAllocate) {
     Map ois = shakenOis(1920, 1080, 66, 66);
     Map n3d = rotatedN3d(1920, 1080, 600, 600);
     gAllocations = 0;
-    gCounting = true;
+    gCountAllocations = true;
     m.comb.mergeGrid(ois.get(), n3d.get(), {1920, 1080, 0, 0, 66, 66, 600, 600});
-    gCounting = false;
+    gCountAllocations = false;
     EXPECT_EQ(gAllocations.load(), 0);
     EXPECT_FALSE(m.planesUntouched());
 }
@@ -393,83 +299,69 @@ TEST(CombWarpMapTransFast, MergeDoesNotAllocate) {
 // ---- bad input -------------------------------------------------------------
 
 TEST(CombWarpMapTransRefusal, BadInputLogsOnceAndLeavesTheResultPlanes) {
-    struct Case {
-        const char* what;
+    const struct {
         OIS_INTERPOLATE_INFO_STRUCT info;
-        int nullAt;  // 0 none, 1 OIS map, 2 OIS y plane, 3 N3D map, 4 N3D x plane
-    };
-    const Case cases[] = {
-        {"OIS wider than 66", {1920, 1080, 0, 0, 67, 66, 4, 4}, 0},
-        {"OIS taller than 66", {1920, 1080, 0, 0, 66, 67, 4, 4}, 0},
-        {"OIS one column", {1920, 1080, 0, 0, 1, 5, 4, 4}, 0},
-        {"OIS one row", {1920, 1080, 0, 0, 5, 1, 4, 4}, 0},
-        {"OIS negative", {1920, 1080, 0, 0, -3, 5, 4, 4}, 0},
-        {"N3D wider than 600", {1920, 1080, 0, 0, 5, 5, 601, 4}, 0},
-        {"N3D taller than 600", {1920, 1080, 0, 0, 5, 5, 4, 601}, 0},
-        {"N3D negative width", {1920, 1080, 0, 0, 5, 5, -1, 4}, 0},
-        {"N3D negative height", {1920, 1080, 0, 0, 5, 5, 4, -600}, 0},
-        {"null OIS map", {1920, 1080, 0, 0, 5, 5, 4, 4}, 1},
-        {"null OIS plane", {1920, 1080, 0, 0, 5, 5, 4, 4}, 2},
-        {"null N3D map", {1920, 1080, 0, 0, 5, 5, 4, 4}, 3},
-        {"null N3D plane", {1920, 1080, 0, 0, 5, 5, 4, 4}, 4},
+        int nullAt;  // 0 none, 1 OIS map, 2 OIS y plane, 3 N3D map, 4 N3D x plane, 5 no working buffer
+        const char* needle;
+    } cases[] = {
+        {{1920, 1080, 0, 0, 67, 66, 4, 4}, 0, "OIS grid 67 x 66 outside 2 x 2 .. 66 x 66"},
+        {{1920, 1080, 0, 0, 66, 67, 4, 4}, 0, "OIS grid 66 x 67 outside"},
+        {{1920, 1080, 0, 0, 1, 5, 4, 4}, 0, "OIS grid 1 x 5 outside"},
+        {{1920, 1080, 0, 0, 5, 1, 4, 4}, 0, "OIS grid 5 x 1 outside"},
+        {{1920, 1080, 0, 0, -3, 5, 4, 4}, 0, "OIS grid -3 x 5 outside"},
+        {{1920, 1080, 0, 0, 5, 5, 601, 4}, 0, "N3D grid 601 x 4 outside 0 x 0 .. 600 x 600"},
+        {{1920, 1080, 0, 0, 5, 5, 4, 601}, 0, "N3D grid 4 x 601 outside"},
+        {{1920, 1080, 0, 0, 5, 5, -1, 4}, 0, "N3D grid -1 x 4 outside"},
+        {{1920, 1080, 0, 0, 5, 5, 4, -600}, 0, "N3D grid 4 x -600 outside"},
+        {{1920, 1080, 0, 0, 5, 5, 4, 4}, 1, "null OIS map"},
+        {{1920, 1080, 0, 0, 5, 5, 4, 4}, 2, "null OIS map"},
+        {{1920, 1080, 0, 0, 5, 5, 4, 4}, 3, "null N3D map"},
+        {{1920, 1080, 0, 0, 5, 5, 4, 4}, 4, "null N3D map"},
+        {{100, 100, 0, 0, 2, 2, 2, 2}, 5, "no working buffer set"},
     };
     Merger m;
     Map ois = shakenOis(1920, 1080, 66, 67);
     Map n3d = rotatedN3d(1920, 1080, 600, 4);
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         int* oisPlanes[2] = {ois.x.data(), c.nullAt == 2 ? nullptr : ois.y.data()};
         int* n3dPlanes[2] = {c.nullAt == 4 ? nullptr : n3d.x.data(), n3d.y.data()};
+        CombWarpMapTrans unset;
         LogCapture log;
-        m.comb.mergeGrid(c.nullAt == 1 ? nullptr : oisPlanes, c.nullAt == 3 ? nullptr : n3dPlanes, c.info);
-        ASSERT_EQ(log.lines().size(), 1u) << c.what;
-        EXPECT_EQ(log.lines()[0].tag, "OISWarpMap") << c.what;
+        (c.nullAt == 5 ? unset : m.comb)
+            .mergeGrid(c.nullAt == 1 ? nullptr : oisPlanes, c.nullAt == 3 ? nullptr : n3dPlanes, c.info);
+        ASSERT_EQ(log.lines().size(), 1u) << c.needle;
+        EXPECT_EQ(log.lines()[0].tag, "OISWarpMap");
         EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][mergeGrid] ", 0), 0u) << log.lines()[0].text;
-        EXPECT_TRUE(m.planesUntouched()) << c.what;
+        EXPECT_NE(log.lines()[0].text.find(c.needle), std::string::npos) << log.lines()[0].text;
+        EXPECT_TRUE(m.planesUntouched()) << c.needle;
     }
-}
-
-TEST(CombWarpMapTransRefusal, MergeBeforeTheWorkingBufferIsRefused) {
-    CombWarpMapTrans comb;
-    Map ois = shakenOis(100, 100, 2, 2);
-    Map n3d = rotatedN3d(100, 100, 2, 2);
-    LogCapture log;
-    comb.mergeGrid(ois.get(), n3d.get(), {100, 100, 0, 0, 2, 2, 2, 2});
-    ASSERT_EQ(log.lines().size(), 1u);
-    EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][mergeGrid] ", 0), 0u) << log.lines()[0].text;
-}
-
-// The corner table and the triangle list hold a 66 x 66 mesh at most.
-TEST(CombWarpMapTransRefusal, InterpolationOutsideTheMeshLimitsIsRefused) {
-    const int sizes[][4] = {{1, 5, 2, 2}, {5, 1, 2, 2}, {67, 5, 2, 2}, {5, 67, 2, 2}, {5, 5, -1, 2}, {5, 5, 2, -1}};
-    Merger m;
-    std::vector<float> mesh(2 * 67 * 67, 1.0f), values(2 * 67 * 67, 2.0f), queries(8, 3.0f);
-    for (const auto& s : sizes) {
-        std::vector<float> out(8, -7.0f);
-        LogCapture log;
-        m.comb.genQueriedGridXYByMeshInterpolation(mesh.data(), values.data(), queries.data(), out.data(), s[0],
-                                                   s[1], s[2], s[3]);
-        ASSERT_EQ(log.lines().size(), 1u) << s[0] << "x" << s[1] << " / " << s[2] << "x" << s[3];
-        EXPECT_EQ(log.lines()[0].text.rfind("[VWMT][genQueriedGridXYByMeshInterpolation] ", 0), 0u);
-        EXPECT_EQ(out, std::vector<float>(8, -7.0f));
-    }
-    // The limits themselves are accepted.
-    std::vector<float> out(8, -7.0f);
-    LogCapture log;
-    m.comb.connectGridByTriangleMesh(reinterpret_cast<int*>(m.buffer.data()) + 4 * kQ, 66, 2);
-    m.comb.genQueriedGridXYByMeshInterpolation(mesh.data(), values.data(), queries.data(), out.data(), 66, 2, 2, 2);
-    EXPECT_TRUE(log.lines().empty());
-    EXPECT_EQ(out, std::vector<float>(8, 2.0f));
-}
-
-TEST(CombWarpMapTransRefusal, EmptyN3dGridDoesNothing) {
-    Merger m;
-    Map ois = shakenOis(100, 100, 3, 3);
-    Map n3d({0}, {0});
+    // An empty N3D grid is no error and writes nothing either.
     for (const auto& size : {std::make_pair(0, 0), std::make_pair(0, 600), std::make_pair(600, 0)}) {
         LogCapture log;
         m.comb.mergeGrid(ois.get(), n3d.get(), {100, 100, 0, 0, 3, 3, size.first, size.second});
         EXPECT_TRUE(log.lines().empty());
         EXPECT_TRUE(m.planesUntouched());
+    }
+}
+
+// The corner table and the triangle list hold a 66 x 66 mesh at most; the
+// limits themselves are accepted.
+TEST(CombWarpMapTransRefusal, InterpolationOutsideTheMeshLimitsIsRefused) {
+    const int sizes[][4] = {{1, 5, 2, 2}, {5, 1, 2, 2}, {67, 5, 2, 2}, {5, 67, 2, 2}, {5, 5, -1, 2}, {5, 5, 2, -1},
+                            {66, 2, 2, 2}};
+    Merger m;
+    m.comb.connectGridByTriangleMesh(reinterpret_cast<int*>(m.buffer.data()) + 4 * kQ, 66, 2);
+    std::vector<float> mesh(2 * 67 * 67, 1.0f), values(2 * 67 * 67, 2.0f), queries(8, 3.0f);
+    for (const auto& s : sizes) {
+        const bool accepted = s[0] == 66;
+        std::vector<float> out(8, -7.0f);
+        LogCapture log;
+        m.comb.genQueriedGridXYByMeshInterpolation(mesh.data(), values.data(), queries.data(), out.data(), s[0],
+                                                   s[1], s[2], s[3]);
+        ASSERT_EQ(log.lines().size(), accepted ? 0u : 1u) << s[0] << "x" << s[1] << " / " << s[2] << "x" << s[3];
+        for (const auto& line : log.lines())
+            EXPECT_EQ(line.text.rfind("[VWMT][genQueriedGridXYByMeshInterpolation] ", 0), 0u);
+        EXPECT_EQ(out, std::vector<float>(8, accepted ? 2.0f : -7.0f));
     }
 }
 

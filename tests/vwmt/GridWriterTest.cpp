@@ -7,16 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "support/LogCapture.h"
-#include "vwmt/TransformerTestSupport.h"
-#include "vwmt/VectWarpMapTrans.h"
+#include "vwmt/TransformTestSupport.h"
 
 namespace {
 
-using velmo::testing::LogCapture;
-using velmo::testing::OutputPlanes;
-using velmo::testing::TransformerGlobals;
-using velmo::testing::makeInput;
+using namespace velmo::testing;
 
 struct Geometry {
     int srcW, srcH, rzW, rzH, cropX, cropY, cropW, cropH, rotW, rotH;
@@ -24,20 +19,12 @@ struct Geometry {
     int dir;
 };
 
-struct GeometryCase {
-    const char* name;
-    Geometry g;
-    int contentW, contentH;
-    std::vector<int> xs;  // per column (all rows alike)
-    std::vector<int> ys;  // per row (all columns alike)
-};
-
 // A transformer with OIS off whose content is contentW x contentH in planes
 // of side `side`.
 struct Writer {
-    Writer(int contentW, int contentH, int side, int dir = 2, float angle = 0.0f) : planes(side) {
-        trans.updateVectSize(
-            makeInput(1, 1, static_cast<VWMT_DIRECTION>(dir), contentW, contentH, side, angle));
+    Writer(int contentW, int contentH, int side) : planes(side) {
+        trans.updateVectSize(makeInput(1, 1, VWMT_DIRECTION_BACKWARD, contentW, contentH, side, 0.0f));
+        log.clear();
     }
     void resizeCropRot(const Geometry& g, bool withWeight = true) {
         VWMTOutput out = planes.record(withWeight);
@@ -45,56 +32,59 @@ struct Writer {
         trans.getGridFromResizeCropRot(p, g.srcW, g.srcH, g.rzW, g.rzH, g.cropX, g.cropY, g.cropW, g.cropH,
                                        g.rotW, g.rotH, g.angle, static_cast<VWMT_DIRECTION>(g.dir));
     }
-    void fromOis(std::vector<int>& arrX, std::vector<int>& arrY, int srcW, int rotW, float angle, int dir) {
-        VWMTOutput out = planes.record();
+    void fromOis(OutputPlanes& into, std::vector<int>& arrX, std::vector<int>& arrY, float angle, int dir) {
+        VWMTOutput out = into.record();
         int* p[3] = {out.gridX, out.gridY, out.gridWeight};
-        trans.getGridFromOisResizeCropRot(p, arrX.data(), arrY.data(), srcW, 480, 0, 0, 0, 0, 0, 0, rotW, 481,
-                                          angle, static_cast<VWMT_DIRECTION>(dir));
+        trans.getGridFromOisResizeCropRot(p, arrX.data(), arrY.data(), 640, 480, 0, 0, 0, 0, 0, 0, 600, 481, angle,
+                                          static_cast<VWMT_DIRECTION>(dir));
     }
 
     TransformerGlobals globals;
-    LogCapture quiet;
+    LogCapture log;
     VectWarpMapTrans trans{4, 4, 0};
     OutputPlanes planes;
 };
 
 TEST(ResizeCropRotGrid, WorkedGeometries) {
-    const GeometryCase cases[] = {
+    const struct {
+        const char* name;
+        Geometry g;
+        int contentW, contentH;
+        std::vector<int> xs;  // per column (all rows alike)
+        std::vector<int> ys;  // per row (all columns alike)
+        bool withWeight;
+    } cases[] = {
         // Nothing resized, cropped or rotated: node i sits at i x 639 / 4 = 159.75 i.
         {"identity", {640, 480, 0, 0, 0, 0, 0, 0, 0, 0, 0.0f, 2}, 5, 5,
-         {0, 5112, 10224, 15336, 20448}, {0, 3832, 7664, 11496, 15328}},
+         {0, 5112, 10224, 15336, 20448}, {0, 3832, 7664, 11496, 15328}, true},
         // Forward with rotImg 0 x 0: shifted by half the source (320, 240).
         {"forward shift by half the source", {640, 480, 0, 0, 0, 0, 0, 0, 0, 0, 0.0f, 0}, 5, 5,
-         {10240, 15352, 20464, 25576, 30688}, {7680, 11512, 15344, 19176, 23008}},
+         {10240, 15352, 20464, 25576, 30688}, {7680, 11512, 15344, 19176, 23008}, true},
         // Resized by half, cropped at (100, 50): X = 2 (x + 100.5) - 0.5 with
         // x = 0, 799.5, 1599; Y likewise with 50 and 0, 599.5, 1199.
         {"resize and crop", {4000, 3000, 2000, 1500, 100, 50, 1600, 1200, 0, 0, 0.0f, 2}, 3, 3,
-         {6416, 57584, 108752}, {3216, 41584, 79952}},
+         {6416, 57584, 108752}, {3216, 41584, 79952}, true},
         // A vertical module centres the 800 x 600 output on the 1000 x 800 crop.
         {"vertical module centres the crop", {1000, 800, 0, 0, 0, 0, 1000, 800, 800, 600, 0.0f, 1}, 2, 2,
-         {3200, 28768}, {3200, 22368}},
-        // The same without the vertical centring.
+         {3200, 28768}, {3200, 22368}, true},
         {"backward without centring", {1000, 800, 0, 0, 0, 0, 1000, 800, 800, 600, 0.0f, 2}, 2, 2,
-         {0, 25568}, {0, 19168}},
+         {0, 25568}, {0, 19168}, true},
         // A crop starting left of and above the image gives -3 and -2 pixels:
         // plus one half, then truncated toward zero: -95.5 -> -95, -63.5 -> -63.
         {"negative coordinates round toward zero", {8, 6, 0, 0, -3, -2, 8, 6, 0, 0, 0.0f, 2}, 2, 2,
-         {-95, 128}, {-63, 96}},
+         {-95, 128}, {-63, 96}, true},
+        // 7 and 5 pixels; no weight plane to write.
+        {"weight plane is optional", {8, 6, 0, 0, 0, 0, 0, 0, 0, 0, 0.0f, 2}, 2, 2, {0, 224}, {0, 160}, false},
     };
-    for (const GeometryCase& c : cases) {
+    for (const auto& c : cases) {
         Writer w(c.contentW, c.contentH, 7);
-        w.resizeCropRot(c.g);
+        w.resizeCropRot(c.g, c.withWeight);
         for (int j = 0; j < 7; ++j) {
             for (int i = 0; i < 7; ++i) {
-                if (i < c.contentW && j < c.contentH) {
-                    EXPECT_EQ(w.planes.X(i, j), c.xs[i]) << c.name << " node " << i << "," << j;
-                    EXPECT_EQ(w.planes.Y(i, j), c.ys[j]) << c.name << " node " << i << "," << j;
-                    EXPECT_EQ(w.planes.W(i, j), 16384) << c.name;
-                } else {
-                    EXPECT_EQ(w.planes.X(i, j), OutputPlanes::kUntouched) << c.name << " outside " << i << "," << j;
-                    EXPECT_EQ(w.planes.Y(i, j), OutputPlanes::kUntouched) << c.name;
-                    EXPECT_EQ(w.planes.W(i, j), OutputPlanes::kUntouched) << c.name;
-                }
+                const bool inside = i < c.contentW && j < c.contentH;
+                EXPECT_EQ(w.planes.X(i, j), inside ? c.xs[i] : OutputPlanes::kUntouched) << c.name << " " << i << "," << j;
+                EXPECT_EQ(w.planes.Y(i, j), inside ? c.ys[j] : OutputPlanes::kUntouched) << c.name << " " << i << "," << j;
+                EXPECT_EQ(w.planes.W(i, j), inside && c.withWeight ? 16384 : OutputPlanes::kUntouched) << c.name;
             }
         }
     }
@@ -106,34 +96,10 @@ TEST(ResizeCropRotGrid, WorkedGeometries) {
 TEST(ResizeCropRotGrid, QuarterTurnFetchesFromTheTurnedPosition) {
     Writer w(3, 3, 3);
     w.resizeCropRot({101, 101, 0, 0, 0, 0, 0, 0, 0, 0, 90.0f, 2});
-    for (int j = 0; j < 3; ++j) {
-        for (int i = 0; i < 3; ++i) {
-            EXPECT_EQ(w.planes.X(i, j), 1600 * j) << i << "," << j;
-            EXPECT_EQ(w.planes.Y(i, j), 3200 - 1600 * i) << i << "," << j;
-        }
+    for (int k = 0; k < 9; ++k) {
+        EXPECT_EQ(w.planes.X(k % 3, k / 3), 1600 * (k / 3)) << k;
+        EXPECT_EQ(w.planes.Y(k % 3, k / 3), 3200 - 1600 * (k % 3)) << k;
     }
-}
-
-TEST(ResizeCropRotGrid, WeightPlaneIsOptional) {
-    Writer w(2, 2, 2);
-    w.resizeCropRot({8, 6, 0, 0, 0, 0, 0, 0, 0, 0, 0.0f, 2}, false);
-    EXPECT_EQ(w.planes.X(1, 1), 224);  // 7 pixels
-    EXPECT_EQ(w.planes.Y(1, 1), 160);  // 5 pixels
-    for (int32_t v : w.planes.weight) EXPECT_EQ(v, OutputPlanes::kUntouched);
-}
-
-TEST(ResizeCropRotGrid, LogsItsParametersAtLevelOneOnly) {
-    Writer w(2, 2, 2);
-    const Geometry g{640, 480, 320, 240, 1, 2, 300, 200, 280, 190, 12.5f, 0};
-    w.quiet.clear();
-    w.resizeCropRot(g);
-    EXPECT_TRUE(w.quiet.texts().empty());
-    VWMT::logLevel = 1;
-    w.resizeCropRot(g);
-    const std::vector<std::string> expected = {
-        "[VWMT][getGridFromResizeCropRot][_gridParam] direction: 0, srcImg.size: (640, 480), rzImg.size: (320, "
-        "240), CropImg.size: (1, 2, 300, 200), rotImg.size: (280, 190), rotAngle: (12.500000)\n"};
-    EXPECT_EQ(w.quiet.texts(), expected);
 }
 
 // Both writers name the OIS writer in this text; tools match it as it is.
@@ -145,100 +111,62 @@ TEST(GridWriters, MissingPlaneWritesNothing) {
             int* p[3] = {out.gridX, out.gridY, out.gridWeight};
             p[missing] = nullptr;
             std::vector<int> arr(4, 64);
-            w.quiet.clear();
             if (ois)
                 w.trans.getGridFromOisResizeCropRot(p, arr.data(), arr.data(), 8, 6, 0, 0, 0, 0, 0, 0, 0, 0, 0.0f,
                                                     VWMT_DIRECTION_BACKWARD);
             else
                 w.trans.getGridFromResizeCropRot(p, 8, 6, 0, 0, 0, 0, 0, 0, 0, 0, 0.0f, VWMT_DIRECTION_BACKWARD);
-            ASSERT_EQ(w.quiet.texts().size(), 1u);
-            EXPECT_EQ(w.quiet.texts()[0].rfind("getGridFromOisResizeCropRot Error: gridX(", 0), 0u);
-            EXPECT_NE(w.quiet.texts()[0].find("is NULL\n"), std::string::npos);
+            ASSERT_EQ(w.log.texts().size(), 1u);
+            EXPECT_EQ(w.log.texts()[0].rfind("getGridFromOisResizeCropRot Error: gridX(", 0), 0u);
+            EXPECT_NE(w.log.texts()[0].find("is NULL\n"), std::string::npos);
             EXPECT_TRUE(w.planes.untouched()) << "missing plane " << missing << " ois " << ois;
         }
     }
 }
 
-// Working grid 3 x 2 (values a..f row by row, pixels x 32) and how the
-// vertical module's turn leaves it in the planes.
-TEST(OisGridWriter, VerticalModuleUndoesItsTurn) {
-    const std::vector<int> source = {32, 64, 96, 128, 160, 192};  // a b c / d e f
-    struct Case {
+// The OIS writer copies the working grid, re-rounded: plus one half then
+// truncation moves a negative value one step toward zero. Forward grids refer
+// to the rotated image: re-centred by half the size difference, (640 - 600) /
+// 2 = 20 pixels across and (480 - 481) / 2 = 0 (truncated toward zero) down.
+// A vertical module (dir 1) undoes its turn: a 3 x 2 grid a b c / d e f
+// leaves the planes as below, and the content size then describes the
+// turned block.
+TEST(OisGridWriter, CopiesRecentresAndUndoesTheVerticalTurn) {
+    const std::vector<int> abc = {32, 64, 96, 128, 160, 192}, halves = {0, 32, -16, 47};
+    const struct {
         float angle;
-        int outW, outH;
-        std::vector<int> rows;  // written block, row by row
+        int dir, contentW, contentH, outW, outH;
+        std::vector<int> xs, ys;  // written block, row by row; no ys: as xs
     } cases[] = {
-        {90.0f, 2, 3, {128, 32, 160, 64, 192, 96}},   // d a / e b / f c
-        {270.0f, 2, 3, {96, 192, 64, 160, 32, 128}},  // c f / b e / a d
-        {-90.0f, 2, 3, {96, 192, 64, 160, 32, 128}},
-        {180.0f, 3, 2, {192, 160, 128, 96, 64, 32}},
-        {90.0001f, 3, 2, {32, 64, 96, 128, 160, 192}},
-        {45.0f, 3, 2, {32, 64, 96, 128, 160, 192}},
+        {90.0f, 1, 3, 2, 2, 3, {128, 32, 160, 64, 192, 96}, {}},   // d a / e b / f c
+        {270.0f, 1, 3, 2, 2, 3, {96, 192, 64, 160, 32, 128}, {}},  // c f / b e / a d
+        {-90.0f, 1, 3, 2, 2, 3, {96, 192, 64, 160, 32, 128}, {}},
+        {180.0f, 1, 3, 2, 3, 2, {192, 160, 128, 96, 64, 32}, {}},
+        {90.0001f, 1, 3, 2, 3, 2, abc, {}},
+        {45.0f, 1, 3, 2, 3, 2, abc, {}},
+        {0.0f, 0, 2, 2, 2, 2, {640, 672, 624, 687}, {0, 32, -15, 47}},
+        {0.0f, 2, 2, 2, 2, 2, {0, 32, -15, 47}, {}},
+        {0.0f, 1, 2, 2, 2, 2, {0, 32, -15, 47}, {}},
+        {0.0f, 7, 2, 2, 2, 2, {0, 32, -15, 47}, {}},
     };
-    for (const Case& c : cases) {
-        Writer w(3, 2, 4);
-        std::vector<int> arrX = source, arrY = source;
-        w.fromOis(arrX, arrY, 640, 600, c.angle, 1);
-        for (int j = 0; j < 4; ++j) {
-            for (int i = 0; i < 4; ++i) {
-                const bool inside = i < c.outW && j < c.outH;
-                const int expected = inside ? c.rows[j * c.outW + i] : OutputPlanes::kUntouched;
-                EXPECT_EQ(w.planes.X(i, j), expected) << c.angle << " at " << i << "," << j;
-                EXPECT_EQ(w.planes.Y(i, j), expected) << c.angle << " at " << i << "," << j;
-                EXPECT_EQ(w.planes.W(i, j), OutputPlanes::kUntouched) << "OIS never writes the weight";
-            }
+    for (const auto& c : cases) {
+        SCOPED_TRACE(::testing::Message() << "angle " << c.angle << " dir " << c.dir);
+        Writer w(c.contentW, c.contentH, 4);
+        std::vector<int> arrX = c.contentW == 3 ? abc : halves, arrY = arrX;
+        w.fromOis(w.planes, arrX, arrY, c.angle, c.dir);
+        for (int k = 0; k < 16; ++k) {
+            const int i = k % 4, j = k / 4, at = j * c.outW + i;
+            const bool inside = i < c.outW && j < c.outH;
+            EXPECT_EQ(w.planes.X(i, j), inside ? c.xs[at] : OutputPlanes::kUntouched) << i << "," << j;
+            EXPECT_EQ(w.planes.Y(i, j), inside ? (c.ys.empty() ? c.xs : c.ys)[at] : OutputPlanes::kUntouched) << i << "," << j;
         }
-        // The content size now describes the turned block: a plain copy
-        // writes outW x outH.
+        EXPECT_EQ(w.planes.weight, std::vector<int32_t>(16, OutputPlanes::kUntouched)) << "OIS never writes it";
         OutputPlanes again(4);
-        VWMTOutput out = again.record();
-        int* p[3] = {out.gridX, out.gridY, out.gridWeight};
-        w.trans.getGridFromOisResizeCropRot(p, arrX.data(), arrY.data(), 640, 480, 0, 0, 0, 0, 0, 0, 600, 481,
-                                            0.0f, VWMT_DIRECTION_BACKWARD);
-        EXPECT_NE(again.X(c.outW - 1, c.outH - 1), OutputPlanes::kUntouched) << c.angle;
-        EXPECT_EQ(again.X(c.outW, c.outH - 1), OutputPlanes::kUntouched) << c.angle;
-        EXPECT_EQ(again.X(c.outW - 1, c.outH), OutputPlanes::kUntouched) << c.angle;
+        w.fromOis(again, arrX, arrY, 0.0f, VWMT_DIRECTION_BACKWARD);
+        EXPECT_NE(again.X(c.outW - 1, c.outH - 1), OutputPlanes::kUntouched);
+        EXPECT_EQ(again.X(c.outW, c.outH - 1), OutputPlanes::kUntouched);
+        EXPECT_EQ(again.X(c.outW - 1, c.outH), OutputPlanes::kUntouched);
     }
-}
-
-// Forward grids refer to the rotated image: re-centred by half the size
-// difference, (640 - 600) / 2 = 20 pixels across and (480 - 481) / 2 = 0
-// (truncated toward zero) down. Other directions copy, re-rounded: plus one
-// half then truncation moves a negative value one step toward zero.
-TEST(OisGridWriter, ForwardRecentresOthersCopy) {
-    struct Case {
-        int dir;
-        std::vector<int> xs, ys;
-    } cases[] = {
-        {0, {640, 672, 624, 687}, {0, 32, -15, 47}},
-        {2, {0, 32, -15, 47}, {0, 32, -15, 47}},
-        {1, {0, 32, -15, 47}, {0, 32, -15, 47}},
-        {7, {0, 32, -15, 47}, {0, 32, -15, 47}},
-    };
-    for (const Case& c : cases) {
-        Writer w(2, 2, 3);
-        std::vector<int> arrX = {0, 32, -16, 47}, arrY = arrX;
-        w.fromOis(arrX, arrY, 640, 600, 0.0f, c.dir);
-        for (int k = 0; k < 4; ++k) {
-            EXPECT_EQ(w.planes.X(k % 2, k / 2), c.xs[k]) << "dir " << c.dir << " node " << k;
-            EXPECT_EQ(w.planes.Y(k % 2, k / 2), c.ys[k]) << "dir " << c.dir << " node " << k;
-        }
-        EXPECT_EQ(w.planes.X(2, 0), OutputPlanes::kUntouched);
-        EXPECT_EQ(w.planes.X(0, 2), OutputPlanes::kUntouched);
-    }
-}
-
-TEST(OisGridWriter, LogsTheTurnAndParametersAtLevelOne) {
-    Writer w(2, 2, 2);
-    VWMT::logLevel = 1;
-    std::vector<int> arrX(4, 0), arrY(4, 0);
-    w.quiet.clear();
-    w.fromOis(arrX, arrY, 640, 600, 90.0f, 1);
-    const std::vector<std::string> expected = {
-        "[VWMT][getGridFromOisResizeCropRot] rotate warping grid for vertical case, rotDegree: 90.000000\n",
-        "[VWMT][getGridFromOisResizeCropRot][_gridParam] direction: 1, srcImg.size: (640, 480), rzImg.size: (0, "
-        "0), CropImg.size: (0, 0, 0, 0), rotImg.size: (600, 481), rotAngle: (90.000000)\n"};
-    EXPECT_EQ(w.quiet.texts(), expected);
 }
 
 }  // namespace

@@ -6,13 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "vwmt/CombWarpMapTrans.h"
-#include "vwmt/TransformerTestSupport.h"
-#include "vwmt/VectWarpMapTrans.h"
+#include "vwmt/TransformTestSupport.h"
 
 extern thread_local char tempStrX[4096];
 
@@ -32,10 +32,7 @@ struct Camera {
         : trans(6, 5, 1), planes(8), vx(30, 2.5 * index), vy(30, -1.25 * index) {
         in = makeInput(6, 5, index % 2 ? VWMT_DIRECTION_BACKWARD : VWMT_DIRECTION_FORWARD, 8, 8, 8,
                        index % 3 ? 0.0f : 90.0f);
-        ImgSizeDescription& d = in.imgSizeDesc;
-        d.sensorSize = d.binningSize = {1280, 960};
-        d.analogCrop = d.digitalCrop = d.tgCrop = {0, 0, 1280, 960};
-        d.p1Resize = {640, 480};
+        in.imgSizeDesc = velmo::testing::frameGeometry({0, 0, 0, 0}, {640, 480});
         in.gridParam.srcImg.size = {660, 480};
         in.gridParam.rotImg.size = {640, 480};
         in.inOisX = vx.data();

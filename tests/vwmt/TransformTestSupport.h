@@ -1,10 +1,12 @@
 #pragma once
 
-// A transformer with its working buffer for the transform tests, and the
-// working-array offsets of the documented carve order, so that tests read the
-// arrays where a consumer of the buffer would.
+// Shared pieces of the OIS transformer tests: the process-wide settings, a
+// frame's input and output planes, the working-array offsets of the
+// documented carve order (so tests read the arrays where a consumer of the
+// buffer would), a transformer rig, and the heap allocation counter.
 
-#include <cmath>
+#include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -16,30 +18,87 @@
 namespace velmo {
 namespace testing {
 
-struct GridSizes {
-    int gridW, gridH, meshW, meshH, contentW, contentH;
+// Counted while gCountAllocations is set (AllocationCounter.cpp).
+extern std::atomic<bool> gCountAllocations;
+extern std::atomic<long> gAllocations;
+
+// Starts a test at the library's defaults (log level 0, scales 0.88) and
+// restores whatever was set before.
+class TransformerGlobals {
+public:
+    TransformerGlobals() : logLevel_(VWMT::logLevel), scaleX_(VWMT::ois_scale_x), scaleY_(VWMT::ois_scale_y) {
+        VWMT::logLevel = 0;
+        VWMT::ois_scale_x = VWMT::ois_scale_y = 0.88f;
+    }
+    ~TransformerGlobals() {
+        VWMT::logLevel = logLevel_;
+        VWMT::ois_scale_x = scaleX_;
+        VWMT::ois_scale_y = scaleY_;
+    }
+    TransformerGlobals(const TransformerGlobals&) = delete;
+    TransformerGlobals& operator=(const TransformerGlobals&) = delete;
+
+private:
+    int logLevel_;
+    float scaleX_, scaleY_;
 };
 
-// Byte offset of working array `array` when carved back to back in the
-// documented order with the documented sizes; with `bytes`, also its size.
-inline size_t workingOffset(const GridSizes& s, int array, size_t* bytes = nullptr) {
-    const int64_t g = int64_t{s.gridW} * s.gridH, m = int64_t{s.meshW} * s.meshH;
-    const int64_t c = int64_t{s.contentW} * s.contentH;
-    const int64_t cells = int64_t{s.contentW - 1} * (s.contentH - 1), rows = s.meshH;
-    const std::pair<int, int64_t> order[] = {
-        {0, 8 * g},  {20, 8 * g},  {21, 8 * c},    {1, 8 * m},     {2, 8 * m},     {3, 8 * m},  {4, 8 * m},
-        {13, 24 * cells}, {14, 8 * m}, {15, 4 * m}, {16, 4 * m},   {22, 32 * rows}, {23, 8 * rows},
-        {24, 8 * rows}, {5, 8 * c}, {6, 8 * c},     {7, 8 * c},     {8, 8 * c},     {17, 8 * c}, {18, 4 * c},
-        {19, 4 * c},  {9, 8 * m},  {10, 8 * m},   {11, 8 * m},    {12, 8 * m}};
-    int64_t at = 0;
-    for (const auto& entry : order) {
-        if (entry.first == array) {
-            if (bytes != nullptr) *bytes = static_cast<size_t>(entry.second);
-            return static_cast<size_t>(at);
-        }
-        at += entry.second;
+// A frame with the given vector grid and output; no geometry yet.
+inline VWMTInput makeInput(int vectW, int vectH, VWMT_DIRECTION dir, int contentW, int contentH, int bufferSize,
+                           float rotAngle) {
+    VWMTInput in{};
+    in.vect_w = vectW;
+    in.vect_h = vectH;
+    in.dir = dir;
+    in.gridParam.content_w = contentW;
+    in.gridParam.content_h = contentH;
+    in.gridParam.buffer_size = bufferSize;
+    in.gridParam.rotAngle = rotAngle;
+    return in;
+}
+
+// Three square output planes prefilled with a sentinel, so that unwritten
+// entries can be told apart.
+struct OutputPlanes {
+    static constexpr int32_t kUntouched = 0x5a5a5a5a;
+
+    explicit OutputPlanes(int side)
+        : side(side), x(size_t(side) * side, kUntouched), y(x), weight(x) {}
+    VWMTOutput record(bool withWeight = true) {
+        return VWMTOutput{x.data(), y.data(), withWeight ? weight.data() : nullptr};
     }
-    return static_cast<size_t>(at);
+    bool untouched() const { return x == y && x == weight && x == std::vector<int32_t>(x.size(), kUntouched); }
+    int32_t X(int col, int row) const { return x[size_t(row) * side + col]; }
+    int32_t Y(int col, int row) const { return y[size_t(row) * side + col]; }
+    int32_t W(int col, int row) const { return weight[size_t(row) * side + col]; }
+
+    int side;
+    std::vector<int32_t> x, y, weight;
+};
+
+// Byte offset and size of every working array, carved back to back in the
+// documented order with the documented sizes.
+struct Carve {
+    size_t offset[25];
+    size_t bytes[25];
+    size_t total;
+};
+
+inline Carve documentedCarve(int gridW, int gridH, int meshW, int meshH, int contentW, int contentH) {
+    const size_t g = size_t(gridW) * gridH, m = size_t(meshW) * meshH, c = size_t(contentW) * contentH;
+    const size_t cells = size_t(contentW - 1) * (contentH - 1), rows = size_t(meshH);
+    const std::pair<int, size_t> order[] = {
+        {0, 8 * g},  {20, 8 * g},  {21, 8 * c},     {1, 8 * m},      {2, 8 * m},      {3, 8 * m},  {4, 8 * m},
+        {13, 24 * cells}, {14, 8 * m}, {15, 4 * m}, {16, 4 * m},     {22, 32 * rows}, {23, 8 * rows},
+        {24, 8 * rows}, {5, 8 * c}, {6, 8 * c},     {7, 8 * c},      {8, 8 * c},      {17, 8 * c}, {18, 4 * c},
+        {19, 4 * c},  {9, 8 * m},  {10, 8 * m},    {11, 8 * m},     {12, 8 * m}};
+    Carve carve{};
+    for (const auto& entry : order) {
+        carve.offset[entry.first] = carve.total;
+        carve.bytes[entry.first] = entry.second;
+        carve.total += entry.second;
+    }
+    return carve;
 }
 
 // Pixels x 32, halves away from zero, in double: the expected fixed point of
@@ -62,34 +121,36 @@ inline ImgSizeDescription frameGeometry(VWMTRect p1Crop, VWMTSize p1Resize) {
     return d;
 }
 
+inline GridFromOisParam gridParam(VWMTSize src, VWMTSize rz, VWMTSize rot, float angle) {
+    GridFromOisParam g{};
+    g.srcImg.size = src;
+    g.rzImg.size = rz;
+    g.rotImg.size = rot;
+    g.rotAngle = angle;
+    return g;
+}
+
 // An OIS-on transformer sized for one frame by updateVectSize, with its
 // working buffer carved.
 class TransformRig {
 public:
     TransformRig(int vectW, int vectH, int contentW, int contentH, VWMT_DIRECTION dir, float angle)
-        : trans_(vectW, vectH, 1), x_(size_t(vectW) * vectH, 0.0), y_(size_t(vectW) * vectH, 0.0) {
-        in_ = VWMTInput{};
-        in_.inOisX = x_.data();
-        in_.inOisY = y_.data();
-        in_.vect_w = vectW;
-        in_.vect_h = vectH;
-        in_.dir = dir;
-        in_.gridParam.content_w = contentW;
-        in_.gridParam.content_h = contentH;
-        in_.gridParam.buffer_size = contentW > contentH ? contentW : contentH;
-        in_.gridParam.rotAngle = angle;
-        trans_.updateVectSize(in_);
-        sizes_ = {vectW, vectH, vectW == 1 ? 2 : vectW, vectH, contentW, contentH};
-        if (dir == 1 && (angle == 90.0f || angle == 270.0f)) std::swap(sizes_.contentW, sizes_.contentH);
-        const int bytes = trans_.getWorkingBufferSize();
-        work_.assign(size_t(bytes) / 4 + 1, 0u);
+        : trans_(vectW, vectH, 1), x_(size_t(vectW) * vectH, 0.0), y_(x_) {
+        VWMTInput in = makeInput(vectW, vectH, dir, contentW, contentH, std::max(contentW, contentH), angle);
+        in.inOisX = x_.data();
+        in.inOisY = y_.data();
+        trans_.updateVectSize(in);
+        if (dir == 1 && (angle == 90.0f || angle == 270.0f)) std::swap(contentW, contentH);
+        contentCount_ = size_t(contentW) * contentH;
+        carve_ = documentedCarve(vectW, vectH, vectW == 1 ? 2 : vectW, vectH, contentW, contentH);
+        work_.assign(size_t(trans_.getWorkingBufferSize()) / 4 + 1, 0u);
         trans_.setWorkingBuffer(buffer());
     }
 
     VectWarpMapTrans& trans() { return trans_; }
     std::vector<double>& x() { return x_; }
     std::vector<double>& y() { return y_; }
-    const GridSizes& sizes() const { return sizes_; }
+    const Carve& carve() const { return carve_; }
     char* buffer() { return reinterpret_cast<char*>(work_.data()); }
     size_t bufferBytes() const { return work_.size() * 4; }
 
@@ -103,33 +164,24 @@ public:
     template <typename T>
     std::vector<T> read(int array, size_t count) const {
         std::vector<T> out(count);
-        std::memcpy(out.data(), reinterpret_cast<const char*>(work_.data()) + workingOffset(sizes_, array),
-                    count * sizeof(T));
+        std::memcpy(out.data(), reinterpret_cast<const char*>(work_.data()) + carve_.offset[array], count * sizeof(T));
         return out;
     }
     template <typename T>
     void write(int array, const std::vector<T>& values) {
-        std::memcpy(buffer() + workingOffset(sizes_, array), values.data(), values.size() * sizeof(T));
+        std::memcpy(buffer() + carve_.offset[array], values.data(), values.size() * sizeof(T));
     }
     // Working arrays 18 and 19: the grid the transform leaves, pixels x 32.
-    std::vector<int32_t> gridX() const { return read<int32_t>(18, contentCount()); }
-    std::vector<int32_t> gridY() const { return read<int32_t>(19, contentCount()); }
-    size_t contentCount() const { return size_t(sizes_.contentW) * sizes_.contentH; }
+    std::vector<int32_t> gridX() const { return read<int32_t>(18, contentCount_); }
+    std::vector<int32_t> gridY() const { return read<int32_t>(19, contentCount_); }
 
 private:
     VectWarpMapTrans trans_;
     std::vector<double> x_, y_;
-    VWMTInput in_;
-    GridSizes sizes_;
+    size_t contentCount_;
+    Carve carve_;
     std::vector<uint32_t> work_;
 };
-
-// Resets the process-wide settings the transforms read.
-inline void resetTransformerGlobals() {
-    VWMT::logLevel = 0;
-    VWMT::ois_scale_x = 0.88f;
-    VWMT::ois_scale_y = 0.88f;
-}
 
 }  // namespace testing
 }  // namespace velmo

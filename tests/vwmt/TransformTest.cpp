@@ -1,0 +1,290 @@
+// The two OIS transforms, checked on frames whose grid can be worked out by
+// hand. Forward (direction 0): no vectors give the geometric identity, a
+// uniform shift moves every node by the shift resized to the P1 scale, a
+// quarter turn maps node (i, j) onto (j, last - i). Backward (directions 1
+// and 2) inverts the displacement; right angles leave the rotation to the
+// grid writer, other angles rotate on the mesh.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "vwmt/TransformTestSupport.h"
+
+namespace {
+
+using namespace velmo::testing;
+
+const double kPi = 3.14159265358979323846;
+
+class Transform : public ::testing::Test {
+protected:
+    TransformerGlobals globals_;
+    ScopedProperties properties_;
+    LogCapture logs_;
+};
+
+// srcImg is replaced by the rotated size in the forward fix-up.
+GridFromOisParam rotatedTo(int w, int h, float angle) { return gridParam({1920, 1080}, {0, 0}, {w, h}, angle); }
+
+// Every node moves by the shift x 0.88 x (P1 size / crop size): the
+// displacement of the sensor at the P1 scale, away from the source forward,
+// toward it backward. No shift: the identity grid i (W - 1) / (contentW - 1)
+// in pixels x 32, W the rotated size forward and the P1 size backward.
+TEST_F(Transform, UniformShiftMovesEveryNodeByTheResizedShift) {
+    const struct {
+        VWMT_DIRECTION dir;
+        int vectW, vectH, contentW, contentH;
+        VWMTRect p1Crop;  // on the 4000 x 3000 tg crop
+        int w, h;
+        double vx, vy;  // sensor pixels, before the 0.88 OIS scale
+    } cases[] = {
+        {VWMT_DIRECTION_FORWARD, 3, 3, 5, 4, {0, 0, 0, 0}, 401, 301, 0.0, 0.0},
+        {VWMT_DIRECTION_FORWARD, 1, 3, 5, 4, {0, 0, 0, 0}, 401, 301, 0.0, 0.0},
+        {VWMT_DIRECTION_FORWARD, 4, 3, 5, 5, {1000, 500, 2000, 1500}, 401, 301, 0.0, 0.0},
+        {VWMT_DIRECTION_FORWARD, 3, 3, 5, 4, {0, 0, 0, 0}, 2001, 1501, 10.0, -5.0},
+        {VWMT_DIRECTION_FORWARD, 4, 3, 5, 5, {1000, 500, 2000, 1500}, 2001, 1501, 10.0, -5.0},
+        {VWMT_DIRECTION_FORWARD, 1, 4, 3, 5, {0, 0, 0, 0}, 2001, 1501, -7.0, 3.0},
+        {VWMT_DIRECTION_FORWARD, 1, 4, 3, 5, {1000, 500, 2000, 1500}, 1001, 801, 4.0, 6.0},
+        {VWMT_DIRECTION_BACKWARD, 3, 3, 5, 4, {0, 0, 0, 0}, 401, 301, 0.0, 0.0},
+        {VWMT_DIRECTION_BACKWARD, 1, 3, 5, 4, {0, 0, 0, 0}, 401, 301, 0.0, 0.0},
+        {VWMT_DIRECTION_BACKWARD, 3, 3, 5, 4, {0, 0, 0, 0}, 2001, 1501, 10.0, -5.0},
+        {VWMT_DIRECTION_BACKWARD, 4, 3, 5, 5, {1000, 500, 2000, 1500}, 2001, 1501, 10.0, -5.0},
+        {VWMT_DIRECTION_BACKWARD, 1, 4, 3, 5, {0, 0, 0, 0}, 2001, 1501, -7.0, 3.0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(::testing::Message() << "dir " << c.dir << ", " << c.vectW << " columns, shift " << c.vx);
+        TransformRig rig(c.vectW, c.vectH, c.contentW, c.contentH, c.dir, 0.0f);
+        rig.x().assign(rig.x().size(), c.vx);
+        rig.y().assign(rig.y().size(), c.vy);
+        const VWMTRect crop = c.p1Crop.w == 0 ? VWMTRect{0, 0, 4000, 3000} : c.p1Crop;
+        const bool forward = c.dir == VWMT_DIRECTION_FORWARD;
+        if (forward) rig.forward(frameGeometry(c.p1Crop, {640, 480}), rotatedTo(c.w, c.h, 0.0f));
+        if (!forward) rig.backward(frameGeometry(c.p1Crop, {c.w, c.h}), gridParam({c.w, c.h}, {0, 0}, {123, 456}, 30.0f), c.dir);
+        const double sign = forward ? 1.0 : -1.0;
+        const double shiftX = sign * c.vx * double(0.88f) * c.w / crop.w, shiftY = sign * c.vy * double(0.88f) * c.h / crop.h;
+        const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
+        for (int k = 0; k < c.contentW * c.contentH; ++k) {
+            EXPECT_EQ(gx[k], fixed(double(k % c.contentW) * (c.w - 1) / (c.contentW - 1) + shiftX)) << k;
+            EXPECT_EQ(gy[k], fixed(double(k / c.contentW) * (c.h - 1) / (c.contentH - 1) + shiftY)) << k;
+        }
+    }
+}
+
+// vx = 5 per vector column, vy = 10 per vector row: on the 4000 x 3000
+// fixed-up sensor vx(x) = x / 400 and vy(y) = y / 150. The P1 crop at
+// (1000, 500) sits at (1040, 530) behind the tg crop's offset, so P1 pixel u
+// lies on the sensor at 1040 + u / sX, and moves by sX x 0.88 x vx there.
+TEST_F(Transform, VectorGradientIsReadWhereTheCropLiesOnTheSensor) {
+    TransformRig rig(3, 3, 5, 5, VWMT_DIRECTION_FORWARD, 0.0f);
+    for (int k = 0; k < 9; ++k) {
+        rig.x()[k] = 5.0 * (k % 3);
+        rig.y()[k] = 10.0 * (k / 3);
+    }
+    rig.forward(frameGeometry({1000, 500, 2000, 1500}, {640, 480}), rotatedTo(2001, 1501, 0.0f));
+    const double sX = 2001.0 / 2000, sY = 1501.0 / 1500, scale = double(0.88f);
+    const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
+    for (int k = 0; k < 25; ++k) {
+        const double u = (k % 5) * 500.0 + 0.5, v = (k / 5) * 375.0 + 0.5;  // pixel centres read
+        EXPECT_EQ(gx[k], fixed(u - 0.5 + sX * scale * (1040.0 + u / sX) / 400.0)) << k;
+        EXPECT_EQ(gy[k], fixed(v - 0.5 + sY * scale * (530.0 + v / sY) / 150.0)) << k;
+    }
+}
+
+// The offset of the offset constructors is added after the OIS scale, then
+// resized like any vector: (2, -1) x (2001 / 4000, 1501 / 3000).
+TEST_F(Transform, ConstructorOffsetMovesTheVectorsUnscaled) {
+    double offset[2] = {2.0, -1.0};
+    for (int vectW : {3, 1}) {
+        VectWarpMapTrans trans(vectW, 3, offset);
+        const int cw = vectW == 1 ? 2 : 3;  // OIS off: the mesh takes the content size
+        trans.updateVectSize(makeInput(0, 0, VWMT_DIRECTION_FORWARD, cw, 3, 3, 0.0f));
+        std::vector<int32_t> work(size_t(trans.getWorkingBufferSize()) / 4 + 1);
+        trans.setWorkingBuffer(reinterpret_cast<char*>(work.data()));
+        std::vector<double> x(size_t(vectW) * 3, 0.0), y(x);
+        trans.transformVectToWarpMap(x.data(), y.data(), frameGeometry({0, 0, 0, 0}, {640, 480}),
+                                     rotatedTo(2001, 1501, 0.0f));
+        const Carve carve = documentedCarve(vectW, 3, cw, 3, cw, 3);
+        for (int k = 0; k < cw * 3; ++k) {
+            EXPECT_EQ(work[carve.offset[18] / 4 + k], fixed((k % cw) * 2000.0 / (cw - 1) + 2.0 * 2001 / 4000)) << k;
+            EXPECT_EQ(work[carve.offset[19] / 4 + k], fixed((k / cw) * 750.0 - 1.0 * 1501 / 3000)) << k;
+        }
+    }
+}
+
+// Content 6 x 6 has more triangles than the 3 x 3 mesh, so nothing spills
+// into arrays 14 to 16; the backward transform alone uses arrays 3 and 4, and
+// a full vector grid needs none of arrays 20 to 24.
+TEST_F(Transform, ArraysOutsideTheStepsStayUntouched) {
+    for (VWMT_DIRECTION dir : {VWMT_DIRECTION_FORWARD, VWMT_DIRECTION_BACKWARD}) {
+        TransformRig rig(3, 3, 6, 6, dir, 0.0f);
+        std::memset(rig.buffer(), 0x7F, rig.bufferBytes());
+        rig.x().assign(9, 1.5);
+        const ImgSizeDescription d = frameGeometry({0, 0, 0, 0}, {640, 480});
+        const GridFromOisParam g = gridParam({640, 480}, {0, 0}, {640, 480}, 0.0f);
+        if (dir == VWMT_DIRECTION_FORWARD) rig.forward(d, g);
+        if (dir == VWMT_DIRECTION_BACKWARD) rig.backward(d, g, dir);
+        for (int array : {3, 4, 14, 15, 16, 20, 21, 22, 23, 24}) {
+            if (array < 5 && dir == VWMT_DIRECTION_BACKWARD) continue;
+            const std::vector<uint8_t> bytes = rig.read<uint8_t>(array, rig.carve().bytes[array]);
+            EXPECT_EQ(bytes, std::vector<uint8_t>(bytes.size(), 0x7F)) << "dir " << dir << " array " << array;
+        }
+        EXPECT_NE(rig.read<uint8_t>(18, 1)[0], 0x7F);
+    }
+}
+
+// Square 401 x 401 image, nodes every 100 pixels: at 90 degrees node (i, j)
+// reads the source at (100 j, 400 - 100 i); at 180 at (400 - 100 i, 400 - 100 j).
+TEST_F(Transform, ForwardQuarterTurnMapsColumnsOntoRows) {
+    const struct {
+        float angle;
+        int xi, xj, x0, yi, yj, y0;  // source = (xi i + xj j + x0, yi i + yj j + y0) x 100
+    } cases[] = {{90.0f, 0, 1, 0, -1, 0, 4}, {180.0f, -1, 0, 4, 0, -1, 4}, {-90.0f, 0, -1, 4, 1, 0, 0}};
+    for (const auto& c : cases) {
+        TransformRig rig(4, 4, 5, 5, VWMT_DIRECTION_FORWARD, c.angle);
+        rig.forward(frameGeometry({0, 0, 0, 0}, {640, 480}), rotatedTo(401, 401, c.angle));
+        const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
+        for (int k = 0; k < 25; ++k) {
+            const int i = k % 5, j = k / 5;
+            EXPECT_EQ(gx[k], fixed(100.0 * (c.xi * i + c.xj * j + c.x0))) << c.angle << " " << i << "," << j;
+            EXPECT_EQ(gy[k], fixed(100.0 * (c.yi * i + c.yj * j + c.y0))) << c.angle << " " << i << "," << j;
+        }
+    }
+}
+
+// Backward, source and rotated image 401 x 401, 5 x 5 nodes every 100 pixels,
+// no vectors. Right angles leave the nodes where they are (the grid writer
+// turns them); any other angle turns the pixel centres about the image centre
+// (200.5, 200.5).
+TEST_F(Transform, BackwardRightAnglesLeaveTheTurnToTheGridWriterOthersTurnThePixelCentres) {
+    for (float angle : {0.0f, 90.0f, 180.0f, 270.0f, -90.0f, 45.0f, -30.0f, 90.5f}) {
+        const bool right = std::fmod(angle, 90.0f) == 0.0f;
+        TransformRig rig(3, 3, 5, 5, VWMT_DIRECTION_BACKWARD_VERTICAL, angle);
+        rig.backward(frameGeometry({0, 0, 0, 0}, {401, 401}), gridParam({401, 401}, {0, 0}, {401, 401}, angle),
+                     VWMT_DIRECTION_BACKWARD_VERTICAL);
+        const double s = right ? 0.0 : std::sin(angle * kPi / 180.0), c = right ? 1.0 : std::cos(angle * kPi / 180.0);
+        const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
+        for (int k = 0; k < 25; ++k) {
+            const double dx = 100.0 * (k % 5) + 0.5 - 200.5, dy = 100.0 * (k / 5) + 0.5 - 200.5;
+            EXPECT_EQ(gx[k], fixed(200.5 + c * dx + s * dy - 0.5)) << angle << " node " << k;
+            EXPECT_EQ(gy[k], fixed(200.5 + c * dy - s * dx - 0.5)) << angle << " node " << k;
+        }
+        // A turned map is left in array 6 and copied over the queries of array 5.
+        if (!right) {
+            EXPECT_EQ(rig.read<float>(5, 50), rig.read<float>(6, 50)) << angle;
+        }
+    }
+}
+
+// dir 1 without resize keeps the rotated size: the canvas is (rot - src) / 2
+// wider on each side, truncated toward zero (41 / 2 = 20, -41 / 2 = -20). Off
+// the right angles the offset stays fractional: with rot 442 the centres
+// start at -20.5 + 0.5, not -20 + 0.5, before the 30 degree turn.
+TEST_F(Transform, BackwardPaddingCentresTheSourceInTheRotatedCanvas) {
+    const struct {
+        int rotW, rotH;
+        float angle;
+        double stepX, padX, stepY, padY;
+    } cases[] = {{442, 301, 0.0f, 147.0, 20.0, 150.0, 0.0},       {360, 301, 0.0f, 359.0 / 3, -20.0, 150.0, 0.0},
+                 {401, 301, 0.0f, 400.0 / 3, 0.0, 150.0, 0.0},    {401, 336, 0.0f, 400.0 / 3, 0.0, 167.5, 17.0},
+                 {442, 301, 30.0f, 147.0, 20.5, 150.0, 0.0}};
+    for (const auto& c : cases) {
+        TransformRig rig(3, 3, 4, 3, VWMT_DIRECTION_BACKWARD_VERTICAL, c.angle);
+        rig.backward(frameGeometry({0, 0, 0, 0}, {401, 301}), gridParam({401, 301}, {0, 0}, {c.rotW, c.rotH}, c.angle),
+                     VWMT_DIRECTION_BACKWARD_VERTICAL);
+        const double s = std::sin(c.angle * kPi / 180.0), cs = std::cos(c.angle * kPi / 180.0);
+        const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
+        for (int k = 0; k < 12; ++k) {
+            const double dx = c.stepX * (k % 4) - c.padX - 200.0, dy = c.stepY * (k / 4) - c.padY - 150.0;
+            EXPECT_EQ(gx[k], fixed(200.0 + cs * dx + s * dy)) << c.rotW << "x" << c.rotH << " node " << k;
+            EXPECT_EQ(gy[k], fixed(150.0 + cs * dy - s * dx)) << c.rotW << "x" << c.rotH << " node " << k;
+        }
+    }
+}
+
+// A 2 x 2 content grid over a 2 x 2 output: the query points are the pixel
+// centres (0.5, 0.5) ... (1.5, 1.5); with the mesh on those points each node
+// reads its own value exactly, and the grid holds (value - 0.5) x 32, halves
+// away from zero.
+TEST_F(Transform, FinalRoundingIsHalfAwayFromZeroAfterTheCornerShift) {
+    TransformRig rig(2, 2, 2, 2, VWMT_DIRECTION_FORWARD, 0.0f);
+    rig.write(13, std::vector<int>{0, 2, 1, 1, 2, 3});
+    std::vector<float> vertices = {0.5f, 0.5f, 1.5f, 0.5f, 0.5f, 1.5f, 1.5f, 1.5f};
+    std::vector<float> values = {0.0f, -0.015625f, 1.0f, 0.515625f, 0.484375f, 0.5f, -1.0f, 100.0f};
+    std::vector<float> queries(8, 0.0f);
+    std::vector<int> gx(4, 7), gy(4, 7);
+    rig.trans().warpMapTransformation_byMeshOpt(gx.data(), gy.data(), vertices.data(), values.data(), queries.data(),
+                                                nullptr, 2, 2, gridParam({2, 2}, {0, 0}, {2, 2}, 0.0f));
+    EXPECT_EQ(gx, std::vector<int>({-16, 16, -1, -48}));
+    EXPECT_EQ(gy, std::vector<int>({-17, 1, 0, 3184}));
+    EXPECT_EQ(queries, vertices);
+}
+
+TEST_F(Transform, RefusesWithOneLineAndNoWrite) {
+    const struct {
+        int isOisOn, dir, content;
+        bool setBuffer, nullX, nullY;
+        const char* needle;
+    } cases[] = {
+        {1, 0, 3, false, false, false, "no working buffer set"},
+        {1, 0, 3, true, true, false, "is NULL"},
+        {1, 0, 3, true, false, true, "is NULL"},
+        // A stand-by mesh (28 x 28) does not match the 3 x 3 vector grid.
+        {0, 0, 3, true, false, false, "gridIn(3, 3)"},
+        {1, 2, 3, true, true, false, "is NULL"},
+        // Below two content nodes a side the mesh steps would divide by zero.
+        {1, 2, 1, true, false, false, "content(1, 3) too small"},
+    };
+    for (const auto& c : cases) {
+        VectWarpMapTrans trans(3, 3, c.isOisOn);
+        if (c.isOisOn) trans.updateVectSize(makeInput(3, 3, VWMT_DIRECTION(c.dir), c.content, 3, 3, 0.0f));
+        std::vector<uint32_t> work(size_t(trans.getWorkingBufferSize()) / 4 + 1, 0xA5A5A5A5u);
+        if (c.setBuffer) trans.setWorkingBuffer(reinterpret_cast<char*>(work.data()));
+        std::vector<double> x(9, 10.0), y(9, 10.0);
+        const ImgSizeDescription d = frameGeometry({0, 0, 0, 0}, {401, 301});
+        const GridFromOisParam g = gridParam({401, 301}, {0, 0}, {401, 301}, 0.0f);
+        logs_.clear();
+        if (c.dir == 0) trans.transformVectToWarpMap(c.nullX ? nullptr : x.data(), c.nullY ? nullptr : y.data(), d, g);
+        if (c.dir != 0)
+            trans.transformForwardVectToBackwardWarpMap(c.nullX ? nullptr : x.data(), y.data(), d, g, VWMT_DIRECTION(c.dir));
+        ASSERT_EQ(logs_.texts().size(), 1u) << c.needle;
+        const std::string fn = c.dir ? "[VWMT][transformForwardVectToBackwardWarpMap] Error: " : "[VWMT][transformVectToWarpMap] Error: ";
+        EXPECT_EQ(logs_.texts()[0].rfind(fn, 0), 0u) << logs_.texts()[0];
+        EXPECT_NE(logs_.texts()[0].find(c.needle), std::string::npos) << logs_.texts()[0];
+        EXPECT_EQ(work, std::vector<uint32_t>(work.size(), 0xA5A5A5A5u)) << c.needle;
+        EXPECT_EQ(x[0], 10.0) << "never scaled";
+    }
+    // The padding step alone refuses a grid larger than the content's 3 x 3
+    // cells of triangles, even by one column.
+    std::vector<float> vertices(2 * 100, 0.0f), values(2 * 100, 1.0f), grid(2 * 100), out(2 * 100);
+    TransformRig rig(3, 3, 4, 4, VWMT_DIRECTION_BACKWARD, 0.0f);
+    for (int w : {10, 5}) {
+        logs_.clear();
+        rig.trans().paddingWarpGridOpt(vertices.data(), values.data(), grid.data(), out.data(), w, 4,
+                                       frameGeometry({0, 0, 0, 0}, {401, 301}),
+                                       gridParam({401, 301}, {0, 0}, {401, 301}, 0.0f));
+        EXPECT_EQ(logs_.texts().size(), 1u) << w;
+        EXPECT_EQ(values, std::vector<float>(2 * 100, 1.0f)) << w;
+    }
+}
+
+TEST_F(Transform, FramesMakeNoHeapAllocation) {
+    for (int dir : {0, 1, 2}) {
+        for (float angle : {0.0f, 90.0f, 45.0f}) {
+            TransformRig rig(4, 4, 6, 6, VWMT_DIRECTION(dir), angle);
+            rig.x().assign(16, 3.0);
+            const ImgSizeDescription d = frameGeometry({0, 0, 0, 0}, {640, 480});
+            const GridFromOisParam g = rotatedTo(640, 480, angle);
+            gAllocations = 0;
+            gCountAllocations = true;
+            if (dir == 0) rig.forward(d, g);
+            if (dir != 0) rig.backward(d, g, VWMT_DIRECTION(dir));
+            gCountAllocations = false;
+            EXPECT_EQ(gAllocations, 0) << "dir " << dir << " angle " << angle;
+        }
+    }
+}
+
+}  // namespace
