@@ -126,10 +126,6 @@ TEST(MeshInterpolator, BarycentricWorkedTriangle) {
     EXPECT_FALSE(f.interp.getBarycentricCoords(1, 0, flat, b));
     EXPECT_FLOAT_EQ(b[0], -1.0f / MeshInterpolator::EPS_FLOAT);
     EXPECT_TRUE(std::isfinite(b[1]));
-    float a[2] = {1, 10}, bb[2] = {2, 20}, c[2] = {4, 40}, w[3] = {0.5f, 0.25f, 0.25f}, out[2];
-    f.interp.applyTriangularInterpolation(a, bb, c, true, w, out);
-    EXPECT_EQ(out[0], 2.0f);
-    EXPECT_EQ(out[1], 20.0f);
     testing::internal::CaptureStdout();
     f.interp.print_ref_MeshTriangleVertXY_In();
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
@@ -167,15 +163,6 @@ TEST(MeshInterpolator, NextAndFirstTriangleSteps) {
     for (const auto& s : seeds) {
         EXPECT_EQ(f.interp.getFirstTriangleToSearch(s.col, s.row, s.last), s.first) << s.col << " " << s.last;
     }
-    // A single column: quotient 0 puts triangle 3 in row 0; nothing is written.
-    std::vector<int> noTriangles(3, 0);
-    MeshInterpolator column(&f.arena, 0, 1, 3, noTriangles.data(), 2, 2);
-    float b[3] = {0.5f, 0.5f, 0.5f};
-    EXPECT_EQ(column.getNextTriangleToSearch(3, b), 3);
-    EXPECT_EQ(column.getFirstTriangleToSearch(0, 0, 3), 3);
-    std::vector<float> mesh(6, 0.0f), values(6, 1.0f), queries(8, 0.0f), out(8, -7.0f);
-    column.interpolateQueryVerticesOpt(mesh.data(), values.data(), queries.data(), out.data());
-    EXPECT_EQ(out, std::vector<float>(8, -7.0f));
 }
 
 // Sizes that describe no triangles (negative ones multiply to a positive
@@ -279,22 +266,14 @@ TEST_P(MeshWalkKinds, InteriorPointsAreFoundInTheirOnlyTriangleOutsidePointsNowh
 TEST_P(MeshWalkKinds, VerticesAreFoundInAnAdjacentTriangle) {
     Walker w(makeMesh(7, 6, 300, 200, GetParam()));
     for (int v = 0; v < w.mesh.w * w.mesh.h; ++v) {
-        std::vector<int> adjacent;
-        for (int t = 0; t < w.triangles(); ++t) {
-            if (std::count(&w.mesh.tris[3 * t], &w.mesh.tris[3 * t] + 3, v) > 0) adjacent.push_back(t);
-        }
+        auto adjacent = [&](int t) { return std::count(&w.mesh.tris[3 * t], &w.mesh.tris[3 * t] + 3, v) > 0; };
         for (int start = 0; start < w.triangles(); ++start) {
             int tri = -1;
             float bary[3];
             const int hit = w.walk(w.mesh.xy[2 * v], w.mesh.xy[2 * v + 1], start, &tri, bary);
-            if (std::count(adjacent.begin(), adjacent.end(), start) > 0) {
-                EXPECT_EQ(hit, 1);  // found in the first triangle tested
-                EXPECT_EQ(tri, start);
-            } else if (hit) {
-                EXPECT_GT(std::count(adjacent.begin(), adjacent.end(), tri), 0) << v << " from " << start;
-            } else {
-                EXPECT_EQ(GetParam(), 2) << "vertex " << v << " start " << start;
-            }
+            // Found in the first triangle tested when that one is adjacent.
+            EXPECT_TRUE(adjacent(start) ? hit == 1 && tri == start : !hit ? GetParam() == 2 : adjacent(tri))
+                << "vertex " << v << " start " << start << " found " << hit << " in " << tri;
         }
     }
 }
