@@ -141,12 +141,12 @@ TEST(GridBufferRing, KeepsTheLastDepthSerials) {
     // Serial 1's slot (1 mod 3) now holds serial 4, and the pointer is not checked.
     EXPECT_EQ(ring.getGridPointer(1), ring.getGridPointer(4));
     EXPECT_EQ(ring.getGridPointer(4), arena.floatArray(51) + 8);
-    // A scalar fills its own slot only: serial 3's slot, just after, keeps its grid.
-    EXPECT_EQ(ring.assignExpandedScalarToGrid(0.1, 5), 0);
-    EXPECT_EQ(ring.getGrid(out.data(), 5), 0);
+    // A scalar fills its own slot only: serial 4's slot, just after, keeps its grid.
+    EXPECT_EQ(ring.assignExpandedScalarToGrid(0.1, 6), 0);
+    EXPECT_EQ(ring.getGrid(out.data(), 6), 0);
     EXPECT_EQ(out, std::vector<float>(8, 0.1f));
-    EXPECT_EQ(ring.getGrid(out.data(), 3), 0);
-    EXPECT_EQ(out, gridOf(30.0f));
+    EXPECT_EQ(ring.getGrid(out.data(), 4), 0);
+    EXPECT_EQ(out, gridOf(40.0f));
 
     Grid_Buffer second(&arena, 12, 2, 2, 3);
     EXPECT_EQ(second.storeGrid(out.data(), 10), 0);  // far ahead is accepted
