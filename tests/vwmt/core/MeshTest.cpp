@@ -238,16 +238,8 @@ TEST_P(MeshWalkKinds, InteriorPointsAreFoundInTheirOnlyTriangleOutsidePointsNowh
                 const int hit = w.walk(x, y, start, &tri, bary);
                 ++total;
                 found += hit;
-                // A strongly jittered mesh may stop the walk early; what it
-                // reports is then the triangle whose coordinates it gave.
-                if (hit) {
-                    EXPECT_EQ(tri, t) << "start " << start;
-                } else {
-                    EXPECT_NE(GetParam(), 0) << "triangle " << t << " start " << start;
-                    float again[3];
-                    w.interp.getBarycentricCoords(x, y, w.interp.triangleVertexTable() + 6 * tri, again);
-                    EXPECT_EQ(std::memcmp(bary, again, sizeof again), 0);
-                }
+                // Only a jittered mesh may stop the walk early.
+                EXPECT_TRUE(hit ? tri == t : GetParam() != 0) << "triangle " << t << " start " << start;
             }
         }
     }
@@ -452,31 +444,6 @@ TEST(MeshRowsParallel, FastPathsGiveTheSequentialBitsOnEveryTarget) {
     const TestMesh large = makeMesh(66, 66, 4000, 3000, 1);
     bool unused = false;
     expectFastPathsMatchSequential(large, 600, 600, true, "66x66 / 600x600", &unused);
-}
-
-// An output written over the mesh positions changes the corners that later
-// queries would read from the mesh, but not the table filled beforehand.
-TEST(MeshRowsParallel, InterpolateByMeshOverItsOwnMeshStillReadsTheTable) {
-    const TestMesh mesh = makeMesh(6, 5, 200, 150, 1);
-    const int qw = 9, qh = 40;
-    std::vector<float> values = affineValues(mesh.xy, true), queries = makeQueries(qw, qh, 0, 200, 0, 150);
-    auto run = [&](bool byMesh) {
-        std::vector<float> block(2 * qw * qh, 0.0f);
-        std::copy(mesh.xy.begin(), mesh.xy.end(), block.begin());
-        std::vector<int> tris = mesh.tris;
-        MemoryManager arena(kArenaBytes, nullptr, 0, 0, mesh.w, mesh.h, 0, 0, 0, 0, 0, 0);
-        MeshInterpolator interp(&arena, 0, mesh.w, mesh.h, tris.data(), qw, qh);
-        if (byMesh) {
-            interp.interpolateByMesh(block.data(), values.data(), queries.data(), block.data());
-        } else {
-            interp.fill_ref_MeshTriangleVertXY_In(block.data());
-            velmo::mesh::interpolateRowsSequential(
-                {{interp.searchLimit(), interp.cellsW(), interp.cellsH(), interp.numTriangles()}, tris.data(),
-                 nullptr, interp.triangleVertexTable(), qw, qh, values.data(), queries.data(), block.data()});
-        }
-        return block;
-    };
-    EXPECT_EQ(run(true), run(false));
 }
 
 }  // namespace
