@@ -84,72 +84,58 @@ TEST(FileBin, ShortReadsAndFailuresReportOneLine) {
     }
 }
 
-// Each file holds more elements than the table: the reader stops at the
-// table's end.
-TEST(CalibrationDataReader, TablesReadTheCountsTheirSizesImply) {
+// Tables read the counts their sizes imply and stop there, though the files
+// hold more; sizes that give no elements, or (two negative ones) a positive
+// count the caller has no room for, read nothing; missing files fail.
+TEST(CalibrationDataReader, BinaryTablesReadTheCountsTheirSizesImply) {
     std::vector<double> ramp(30);
     for (int k = 0; k < 30; ++k) ramp[k] = 0.25 * k;
-    const std::string raw = writeRaw("ramp.bin", ramp);
-    const char* p = raw.c_str();
-    const struct {
-        std::function<int(double*)> read;
-        int count;
-    } cases[] = {{[&](double* d) { return CalibrationDataReader::read_meshVertXY(d, p, 3, 2); }, 12},
-                 {[&](double* d) { return CalibrationDataReader::read_meshVertLngLat(d, p, 2, 3, 2); }, 24},
-                 {[&](double* d) { return CalibrationDataReader::read_normalized_AfLensPositions(d, p, 4); }, 4},
-                 {[&](double* d) { return CalibrationDataReader::read_normalized_OpticalZoomPositions(d, p, 2); }, 2}};
-    for (const auto& c : cases) {
-        std::vector<double> buffer(40, -1.0);
-        EXPECT_EQ(c.read(buffer.data()), 0);
-        EXPECT_EQ(buffer[c.count - 1], 0.25 * (c.count - 1)) << c.count;
-        EXPECT_EQ(buffer[c.count], -1.0) << c.count;
-    }
-    const std::string tri = writeRaw("tri.bin", intRamp(30));
-    std::vector<int> triangles(30, -1);
-    EXPECT_EQ(CalibrationDataReader::read_meshTriangleVertIndices(triangles.data(), tri.c_str(), 3, 3), 0);
-    EXPECT_EQ(triangles[23], 24);  // 2 x 2 cells x 6
-    EXPECT_EQ(triangles[24], -1);
-}
-
-// Sizes that give no elements, or (two negative ones) a positive count the
-// caller has no room for, read nothing; missing files fail.
-TEST(CalibrationDataReader, SizesWithoutRoomAndMissingFilesReadNothing) {
-    const std::string raw = writeRaw("negative_sizes.bin", intRamp(64));
+    const std::string raw = writeRaw("ramp.bin", ramp), tri = writeRaw("tri.bin", intRamp(64));
     const std::string missing = tempPath("missing_calibration");
     std::remove(missing.c_str());
     const char* r = raw.c_str();
+    const char* t = tri.c_str();
     const char* m = missing.c_str();
     const std::string notOpened = "The file " + missing + " was not opened\n";
-    std::vector<int> ints(8, -1);
-    std::vector<double> doubles(8, -1.0);
+    std::vector<int> ints(40);
+    std::vector<double> doubles(40);
     int* i = ints.data();
     double* d = doubles.data();
     const struct {
         std::function<int()> read;
-        int rc;
+        int doublesRead, intsRead, rc;
         std::string line;
     } cases[] = {
-        {[&] { return CalibrationDataReader::read_meshTriangleVertIndices(i, r, 0, 2); }, 0,
+        {[&] { return CalibrationDataReader::read_meshVertXY(d, r, 3, 2); }, 12, 0, 0, ""},
+        {[&] { return CalibrationDataReader::read_meshVertLngLat(d, r, 2, 3, 2); }, 24, 0, 0, ""},
+        {[&] { return CalibrationDataReader::read_normalized_AfLensPositions(d, r, 4); }, 4, 0, 0, ""},
+        {[&] { return CalibrationDataReader::read_normalized_OpticalZoomPositions(d, r, 2); }, 2, 0, 0, ""},
+        {[&] { return CalibrationDataReader::read_meshTriangleVertIndices(i, t, 3, 3); }, 0, 24, 0, ""},  // 2 x 2 x 6
+        {[&] { return CalibrationDataReader::read_meshTriangleVertIndices(i, t, 0, 2); }, 0, 0, 0,
          "fread ret(0) != elementCount(-6)\n"},
-        {[&] { return CalibrationDataReader::read_meshTriangleVertIndices(i, r, 0, 0); }, 1,
+        {[&] { return CalibrationDataReader::read_meshTriangleVertIndices(i, t, 0, 0); }, 0, 0, 1,
          "[CalibrationDataReader][read_meshTriangleVertIndices] negative sizes give 6 elements\n"},
-        {[&] { return CalibrationDataReader::read_meshTriangleVertIndices(i, r, -3, -1); }, 1,
+        {[&] { return CalibrationDataReader::read_meshTriangleVertIndices(i, t, -3, -1); }, 0, 0, 1,
          "[CalibrationDataReader][read_meshTriangleVertIndices] negative sizes give 48 elements\n"},
-        {[&] { return CalibrationDataReader::read_meshVertXY(d, r, -2, -2); }, 1,
+        {[&] { return CalibrationDataReader::read_meshVertXY(d, r, -2, -2); }, 0, 0, 1,
          "[CalibrationDataReader][read_meshVertXY] negative sizes give 8 elements\n"},
-        {[&] { return CalibrationDataReader::read_meshVertLngLat(d, r, -1, 2, -1); }, 1,
+        {[&] { return CalibrationDataReader::read_meshVertLngLat(d, r, -1, 2, -1); }, 0, 0, 1,
          "[CalibrationDataReader][read_meshVertLngLat] negative sizes give 4 elements\n"},
-        {[&] { return CalibrationDataReader::read_meshTriangleVertIndices(i, m, 2, 2); }, 1, notOpened},
-        {[&] { return CalibrationDataReader::readDoubleFromCSV(d, d + 1, m); }, 1, notOpened},
-        {[&] { return CalibrationDataReader::readIntFromCSV(i, i + 1, m); }, 1, notOpened},
+        {[&] { return CalibrationDataReader::read_meshTriangleVertIndices(i, m, 2, 2); }, 0, 0, 1, notOpened},
+        {[&] { return CalibrationDataReader::readDoubleFromCSV(d, d + 1, m); }, 0, 0, 1, notOpened},
+        {[&] { return CalibrationDataReader::readIntFromCSV(i, i + 1, m); }, 0, 0, 1, notOpened},
     };
     for (const auto& c : cases) {
+        ints.assign(40, -1);
+        doubles.assign(40, -1.0);
         testing::internal::CaptureStdout();
         EXPECT_EQ(c.read(), c.rc) << c.line;
         EXPECT_EQ(testing::internal::GetCapturedStdout(), c.line);
+        for (int k = 0; k < 40; ++k) {
+            EXPECT_EQ(doubles[k], k < c.doublesRead ? 0.25 * k : -1.0) << k << " of " << c.doublesRead;
+            EXPECT_EQ(ints[k], k < c.intsRead ? k + 1 : -1) << k << " of " << c.intsRead;
+        }
     }
-    EXPECT_EQ(ints, std::vector<int>(8, -1));
-    EXPECT_EQ(doubles, std::vector<double>(8, -1.0));
 }
 
 TEST(CalibrationDataReader, TextValues) {
