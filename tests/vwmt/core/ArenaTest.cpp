@@ -100,7 +100,6 @@ TEST(MemoryManagerCapacity, RequestsPastTheBlockAreRefusedWithOneLine) {
     MemoryManager roomy(1000, nullptr, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
     EXPECT_EQ(static_cast<unsigned char*>(roomy.allocateDouble(2)), roomy.base() + 144);
     EXPECT_EQ(reinterpret_cast<unsigned char*>(roomy.allocateFloat(1)), roomy.base() + 160);
-
 }
 
 TEST(MemoryManagerBlock, PackedDoublesAndAnExternalBlock) {
