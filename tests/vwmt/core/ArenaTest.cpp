@@ -68,6 +68,8 @@ TEST(MemoryManagerCarving, MeshArenasPackEveryArrayBackToBack) {
     // Vector sizes 2 x 3 (one cell from the zero mesh): arrays 13 to 16 hold 12 floats each.
     MemoryManager vectors(2500000, nullptr, 0, 0, 0, 0, 2, 3, 0, 0, 0, 0);
     EXPECT_EQ(offsetOf(vectors, 17), 48 + 4 * 48);
+    EXPECT_EQ(offsetOf(vectors, 45), 516);  // array 44 (2 x vecW floats) ends at 516
+    EXPECT_EQ(vectors.cursor() - vectors.base(), 636);
 
     MemoryManager arena(2500000, nullptr, 0, 0, 66, 66, 0, 0, 0, 0, 0, 0);
     testing::internal::CaptureStdout();
@@ -128,6 +130,7 @@ std::vector<float> gridOf(float seed) {
 TEST(GridBufferRing, KeepsTheLastDepthSerials) {
     MemoryManager arena(4096, nullptr, 0, 0, 0, 0, 0, 0, 2, 2, 3, 0);
     EXPECT_EQ(arena.floatArray(52) - arena.floatArray(51), 2 * 2 * 2 * 3);
+    EXPECT_EQ(arena.cursor() - arena.base(), 144 + 2 * 96);
     Grid_Buffer ring(&arena, 11, 2, 2, 3);
     for (int serial = 1; serial <= 4; ++serial) EXPECT_EQ(ring.storeGrid(gridOf(10.0f * serial).data(), serial), 0);
     std::vector<float> out(8, -1.0f);

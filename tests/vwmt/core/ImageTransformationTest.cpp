@@ -108,13 +108,14 @@ TEST(MatrixUtility, TransposeProductsAndPoints) {
     MatrixUtility::transposeSquareMatrix(m, m, 3);
     EXPECT_EQ(std::vector<double>(m, m + 9), transposed);
 
-    // Homogeneous points: (1 + 2) / 2 and (2 + 3) / 2; and 1e16 - 1e16
-    // cancels before the translation 1 is added, which would be lost in 1e16.
+    // Homogeneous points: (1 + 2) / 2, (2 + 3) / 2, (1 + 6) / 2, (2 - 3) / 2;
+    // and 1e16 - 1e16 cancels before the translation 1 is added, which would
+    // be lost in 1e16.
     const double affine[9] = {2, 0, 1, 0, 3, 2, 0, 0, 2}, cancel[9] = {1e16, -1e16, 1, 1e16, -1e16, 1, 0, 0, 1};
-    const double points[4] = {1, 1, 1, 1};
-    MatrixUtility::multiply_3x3_Nx2(affine, points, out, 1);
-    MatrixUtility::multiply_3x3_Nx2(cancel, points + 2, out + 2, 1);
-    EXPECT_EQ(std::vector<double>(out, out + 4), (std::vector<double>{1.5, 2.5, 1, 1}));
+    const double points[6] = {1, 1, 3, -1, 1, 1};
+    MatrixUtility::multiply_3x3_Nx2(affine, points, out, 2);
+    MatrixUtility::multiply_3x3_Nx2(cancel, points + 4, out + 4, 1);
+    EXPECT_EQ(std::vector<double>(out, out + 6), (std::vector<double>{1.5, 2.5, 3.5, -0.5, 1, 1}));
 
     const double p[4] = {1.5, -2, -std::numeric_limits<double>::quiet_NaN(), 4};
     testing::internal::CaptureStdout();

@@ -56,6 +56,10 @@ TEST(GeoToPixel, WorkedGrids) {
     out.resize(6);
     ProcWarpMap::fmtTrnasOfCoordDef_GeoToPixel(out.data(), row, 3, 1, 2, 1, 0);
     EXPECT_EQ(out, (std::vector<float>{1.5f, 6.5f, 3.5f, 6.5f, 5.5f, 6.5f}));
+    // One column, and two rows over a single pixel row: both rows sample its centre.
+    float column[] = {5, 0, 5, 4};
+    ProcWarpMap::fmtTrnasOfCoordDef_GeoToPixel(out.data(), column, 1, 2, 1, 1, 0);
+    EXPECT_EQ(out, (std::vector<float>{4.5f, 1.5f, 4.5f, 1.5f, 5.5f, 6.5f}));
 }
 
 TEST(CenterOffset, MiddleValuesOrOneLineAndZero) {
