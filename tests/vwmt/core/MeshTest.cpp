@@ -1,0 +1,436 @@
+// Mesh grid helpers, the interpolator's steps, the triangle walk against an
+// independent containment search, and the query loop's fast paths against the
+// sequential loop.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include <hwy/targets.h>
+
+#include "vwmt/MeshTestSupport.h"
+#include "vwmt/core/MemoryManager.h"
+#include "vwmt/core/MeshGridUtility.h"
+#include "vwmt/core/MeshInterpolator.h"
+#include "vwmt/core/MeshQueryRows.h"
+#include "vwmt/core/TriangleWalk.h"
+
+namespace {
+
+using VWMT::MemoryManager;
+using VWMT::MeshGridUtility;
+using VWMT::MeshInterpolator;
+using velmo::testing::containingTriangles;
+using velmo::testing::makeMesh;
+using velmo::testing::makeQueries;
+using velmo::testing::TestMesh;
+
+constexpr int kArenaBytes = 16 * 1024 * 1024;
+
+TEST(MeshGridUtility, RoundedIndicesTrianglesAndNodes) {
+    const struct {
+        int start, end, count;
+        std::vector<int> out;
+    } indices[] = {{0, 9, 4, {0, 3, 6, 9}}, {0, 1, 3, {0, 1, 1}}, {0, -1, 3, {0, -1, -1}},
+                   {5, 9, 1, {5, 7}}, {5, 9, 0, {7, 7}}};  // halves away from zero; one sample: the start
+    for (const auto& c : indices) {
+        std::vector<int> out(c.out.size(), 7);
+        MeshGridUtility::sampleRoundedUniformIndices(out.data(), c.start, c.end, c.count);
+        EXPECT_EQ(out, c.out) << c.start << ".." << c.end << " x " << c.count;
+    }
+    std::vector<int> tris(12, -1);
+    MeshGridUtility::connectGridByTriangleMesh(tris.data(), 3, 2);
+    EXPECT_EQ(tris, (std::vector<int>{0, 3, 1, 1, 3, 4, 1, 4, 2, 2, 4, 5}));
+    std::vector<int> untouched(6, -1);
+    MeshGridUtility::connectGridByTriangleMesh(untouched.data(), 1, 5);
+    MeshGridUtility::connectGridByTriangleMesh(untouched.data(), 5, 1);
+    EXPECT_EQ(untouched, std::vector<int>(6, -1));
+
+    std::vector<float> nodes(12, -1.0f);
+    MeshGridUtility::sampleUniformMeshGrid(nodes.data(), 3, 2, 0.0f, 10.0f, 4.0f, -1.0f);
+    EXPECT_EQ(nodes, (std::vector<float>{0, 4, 5, 4, 10, 4, 0, -1, 5, -1, 10, -1}));
+    // Placed in double, the last node lands one float above 1919.0f, where a
+    // float product and sum would give 1919.0f.
+    std::vector<float> row(16);
+    MeshGridUtility::sampleUniformMeshGrid(row.data(), 4, 2, 1.7f, 1919.0f, 2.0f, 2.0f);
+    EXPECT_EQ(row[6], 1919.0001f);
+    // One column divides by zero unguarded; no column writes nothing.
+    MeshGridUtility::sampleUniformMeshGrid(nodes.data(), 1, 2, 0.0f, 10.0f, 0.0f, 1.0f);
+    EXPECT_FALSE(std::isfinite(nodes[2]));
+    EXPECT_EQ(nodes[3], 1.0f);
+    MeshGridUtility::sampleUniformMeshGrid(nodes.data(), 0, 2, 5.0f, 5.0f, 5.0f, 5.0f);
+    EXPECT_EQ(nodes[3], 1.0f);
+}
+
+// An interpolator on its own arena; walk() checks the table-driven and the
+// mesh-reading walks against each other.
+struct Walker {
+    TestMesh mesh;
+    MemoryManager arena;
+    MeshInterpolator interp;
+    explicit Walker(TestMesh m, int queryW = 1, int queryH = 1)
+        : mesh(std::move(m)),
+          arena(kArenaBytes, nullptr, 0, 0, mesh.w, mesh.h, 0, 0, 0, 0, 0, 0),
+          interp(&arena, 0, mesh.w, mesh.h, mesh.tris.data(), queryW, queryH) {
+        interp.fill_ref_MeshTriangleVertXY_In(mesh.xy.data());
+    }
+    int triangles() const { return static_cast<int>(mesh.tris.size() / 3); }
+    int walk(float x, float y, int start, int* tri, float* bary) {
+        int optTri = -1;
+        float optBary[3];
+        const int found = interp.findTriangleBelonging(x, y, start, tri, bary);
+        EXPECT_EQ(interp.findTriangleBelongingOpt(x, y, start, &optTri, optBary, mesh.xy.data()), found);
+        EXPECT_EQ(*tri, optTri);
+        EXPECT_EQ(std::memcmp(bary, optBary, sizeof optBary), 0);
+        return found;
+    }
+};
+
+TEST(MeshInterpolator, ShapeTableSlotsAndEps) {
+    uint32_t epsBits;
+    std::memcpy(&epsBits, &MeshInterpolator::EPS_FLOAT, sizeof epsBits);
+    EXPECT_EQ(epsBits, 0x257FFEA4u);  // the float nearest to 2.2204e-16
+    Walker f(makeMesh(5, 3, 40, 20, 0));
+    EXPECT_EQ(f.interp.searchLimit(), 2 * (4 + 2));
+    EXPECT_EQ(f.interp.numTriangles(), 16);
+    EXPECT_EQ(f.interp.triangleVertexTable(), f.arena.floatArray(49));
+    MeshInterpolator second(&f.arena, 1, 5, 3, f.mesh.tris.data(), 1, 1);
+    EXPECT_EQ(second.triangleVertexTable(), f.arena.floatArray(50));
+    second.createArrays(&f.arena, 2);  // an unknown slot keeps the table
+    EXPECT_EQ(second.triangleVertexTable(), f.arena.floatArray(50));
+    EXPECT_EQ(MeshInterpolator(&f.arena, 2, 5, 3, f.mesh.tris.data(), 1, 1).triangleVertexTable(), nullptr);
+    EXPECT_EQ(f.interp.getApproximateLastTriangleVertIndices(25.0f, 13.0f), 2 * (2 + 4 * 1));
+    EXPECT_EQ(f.interp.getApproximateLastTriangleVertIndices(-5.0f, -1.0f), 0);
+}
+
+TEST(MeshInterpolator, BarycentricWorkedTriangle) {
+    Walker f(makeMesh(2, 2, 10, 10, 0));
+    float corners[6] = {0, 0, 0, 10, 10, 0};  // P0, P1 = below, P2 = right
+    float b[3];
+    EXPECT_TRUE(f.interp.getBarycentricCoords(2, 3, corners, b));
+    EXPECT_FLOAT_EQ(b[0], 0.5f);
+    EXPECT_FLOAT_EQ(b[1], 0.3f);
+    EXPECT_FLOAT_EQ(b[2], 0.2f);
+    EXPECT_TRUE(f.interp.getBarycentricCoords(0, 5, corners, b));  // on the edge: b2 exactly 0
+    EXPECT_EQ(b[2], 0.0f);
+    EXPECT_TRUE(f.interp.getBarycentricCoords(0, 10, corners, b));  // on a corner: b1 exactly 1
+    EXPECT_EQ(b[1], 1.0f);
+    EXPECT_FALSE(f.interp.getBarycentricCoords(-0.001f, 5, corners, b));
+    // A degenerate triangle divides by EPS, not by zero.
+    float flat[6] = {0, 0, 1, 1, 2, 2};
+    EXPECT_FALSE(f.interp.getBarycentricCoords(1, 0, flat, b));
+    EXPECT_FLOAT_EQ(b[0], -1.0f / MeshInterpolator::EPS_FLOAT);
+    EXPECT_TRUE(std::isfinite(b[1]));
+    testing::internal::CaptureStdout();
+    f.interp.print_ref_MeshTriangleVertXY_In();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "   0 (   0.00,    0.00)  (   0.00,   10.00)  (  10.00,    0.00) \n"
+              "   1 (  10.00,    0.00)  (   0.00,   10.00)  (  10.00,   10.00) \n");
+}
+
+TEST(MeshInterpolator, NextAndFirstTriangleSteps) {
+    // 4 x 3 vertices: 3 x 2 cells, triangle t = 2 x (row x 3 + col) + parity.
+    Walker f(makeMesh(4, 3, 30, 20, 0));
+    const struct {
+        int tri;
+        float bary[3];
+        int next;
+    } steps[] = {
+        {0, {0.2f, 0.3f, 0.5f}, 0},     // inside: stays
+        {0, {1.2f, 0.3f, -0.5f}, 0},    // index 6, one column left: blocked
+        {2, {1.2f, 0.3f, -0.5f}, 1},    // col 1 -> col 0, parity 1
+        {6, {-0.5f, -0.5f, 2.0f}, 3},   // index 1, up and right: (1,0) -> (0,1)
+        {0, {-0.5f, -0.5f, 2.0f}, 3},   // row blocked: right only
+        {4, {-0.5f, -0.5f, 2.0f}, 4},   // both ways blocked: stays
+        {4, {-0.5f, 0.75f, 0.75f}, 5},  // parity 0, index 3: the cell's other half
+        {1, {-0.5f, 0.75f, 0.75f}, 6},  // parity 1, index 11: one row down
+        {7, {-0.5f, 0.75f, 0.75f}, 7},  // last row, its only direction
+        {9, {NAN, NAN, NAN}, 9},        // index 8: stay
+        {-1, {0.2f, 0.3f, 0.5f}, -1},   // index out of the table
+    };
+    for (const auto& s : steps) {
+        float bary[3] = {s.bary[0], s.bary[1], s.bary[2]};
+        EXPECT_EQ(f.interp.getNextTriangleToSearch(s.tri, bary), s.next) << s.tri << " " << bary[0];
+    }
+    const struct {
+        int col, row, last, first;
+    } seeds[] = {{3, 9, 1, 3}, {3, 9, 4, 4}, {0, 9, 3, 9}, {0, 9, 8, 8}, {-1, 9, 0, 8}};
+    for (const auto& s : seeds) {
+        EXPECT_EQ(f.interp.getFirstTriangleToSearch(s.col, s.row, s.last), s.first) << s.col << " " << s.last;
+    }
+}
+
+// Sizes that describe no triangles (negative ones multiply to a positive
+// count), or triangles behind a null list or table: nothing is read or
+// written, one line per call.
+TEST(MeshInterpolator, TrianglesTheSizeOrArraysDoNotDescribeAreNotRead) {
+    MemoryManager arena(4096, nullptr, 0, 0, 2, 2, 0, 0, 0, 0, 0, 0);
+    std::vector<int> tris(6, 0);
+    const struct {
+        int W, H, which;
+        int* triangles;
+        const char* line;
+    } cases[] = {
+        {-1, -1, 0, tris.data(), "a mesh of -2 x -2 cells has no 8 triangles\n"},
+        {0, -3, 0, tris.data(), "a mesh of -1 x -4 cells has no 8 triangles\n"},
+        {2, 2, 0, nullptr, "the triangle list or the corner table is null\n"},
+        {2, 2, 2, tris.data(), "the triangle list or the corner table is null\n"},
+    };
+    for (const auto& c : cases) {
+        MeshInterpolator interp(&arena, c.which, c.W, c.H, c.triangles, 2, 2);
+        std::vector<float> mesh(8, 0.0f), values(8, 1.0f), queries(8, 0.5f), out(8, -7.0f);
+        int tri = -5;
+        float bary[3] = {-7.0f, -7.0f, -7.0f};
+        const struct {
+            const char* name;
+            std::function<void()> call;
+        } calls[] = {
+            {"fill_ref_MeshTriangleVertXY_In", [&] { interp.fill_ref_MeshTriangleVertXY_In(mesh.data()); }},
+            {"print_ref_MeshTriangleVertXY_In", [&] { interp.print_ref_MeshTriangleVertXY_In(); }},
+            {"interpolateByMesh", [&] { interp.interpolateByMesh(mesh.data(), values.data(), queries.data(), out.data()); }},
+            {"interpolateQueryVertices", [&] { interp.interpolateQueryVertices(values.data(), queries.data(), out.data()); }},
+            {"findTriangleBelonging", [&] { EXPECT_EQ(interp.findTriangleBelonging(0.5f, 0.5f, 0, &tri, bary), 0); }},
+            {"getApproximateLastTriangleVertIndices",
+             [&] { EXPECT_EQ(interp.getApproximateLastTriangleVertIndices(1.0f, 1.0f), 0); }},
+        };
+        for (const auto& call : calls) {
+            testing::internal::CaptureStdout();
+            call.call();
+            EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                      std::string("[MeshInterpolator][") + call.name + "] " + c.line);
+        }
+        EXPECT_EQ(out, std::vector<float>(8, -7.0f));
+        EXPECT_EQ(tri, -5);
+        EXPECT_EQ(bary[0], -7.0f);
+    }
+}
+
+// A point at fixed barycentric weights of a triangle, placed in double.
+void pointIn(const TestMesh& mesh, int tri, const double* w, float* x, float* y) {
+    double px = 0, py = 0;
+    for (int k = 0; k < 3; ++k) {
+        px += w[k] * mesh.xy[2 * mesh.tris[3 * tri + k]];
+        py += w[k] * mesh.xy[2 * mesh.tris[3 * tri + k] + 1];
+    }
+    *x = static_cast<float>(px);
+    *y = static_cast<float>(py);
+}
+
+std::vector<int> someStarts(int triangles) { return {0, triangles - 1, triangles / 2, triangles / 3 | 1}; }
+
+class MeshWalkKinds : public ::testing::TestWithParam<int> {};
+
+TEST_P(MeshWalkKinds, InteriorPointsAreFoundInTheirOnlyTriangleOutsidePointsNowhere) {
+    Walker w(makeMesh(9, 7, 320, 240, GetParam()));
+    const double weights[3][3] = {{0.2, 0.3, 0.5}, {0.6, 0.2, 0.2}, {0.1, 0.1, 0.8}};
+    int found = 0, total = 0, tri = -1;
+    float x, y, bary[3];
+    for (int t = 0; t < w.triangles(); ++t) {
+        for (const double* wt : weights) {
+            pointIn(w.mesh, t, wt, &x, &y);
+            ASSERT_EQ(containingTriangles(w.mesh, x, y, 0.0), std::vector<int>{t});
+            for (int start : someStarts(w.triangles())) {
+                const int hit = w.walk(x, y, start, &tri, bary);
+                ++total;
+                found += hit;
+                // Only a jittered mesh may stop the walk early.
+                EXPECT_TRUE(hit ? tri == t : GetParam() != 0) << "triangle " << t << " start " << start;
+            }
+        }
+    }
+    EXPECT_TRUE(GetParam() == 2 || found == total);
+    const std::vector<float> ring = makeQueries(9, 9, -300, 620, -220, 460);
+    for (size_t i = 0; i < ring.size(); i += 2) {
+        if (ring[i] > -100 && ring[i] < 420 && ring[i + 1] > -80 && ring[i + 1] < 320) continue;
+        ASSERT_TRUE(containingTriangles(w.mesh, ring[i], ring[i + 1], 1e-6).empty());
+        for (int start : someStarts(w.triangles())) {
+            EXPECT_EQ(w.walk(ring[i], ring[i + 1], start, &tri, bary), 0) << ring[i] << "," << ring[i + 1];
+            EXPECT_TRUE(tri >= 0 && tri < w.triangles());
+        }
+    }
+}
+
+// Values of an affine map at the mesh vertices.
+double affineX(double x, double y) { return 0.75 * x - 0.125 * y + 31.5; }
+double affineY(double x, double y) { return 0.0625 * x + 1.25 * y - 7.0; }
+
+std::vector<float> affineValues(const std::vector<float>& xy, bool swapped = false) {
+    std::vector<float> values(xy.size());
+    for (size_t i = 0; i < xy.size(); i += 2) {
+        values[i + (swapped ? 1 : 0)] = static_cast<float>(affineX(xy[i], xy[i + 1]));
+        values[i + (swapped ? 0 : 1)] = static_cast<float>(affineY(xy[i], xy[i + 1]));
+    }
+    return values;
+}
+
+TEST_P(MeshWalkKinds, QueryLoopReproducesAffineMapsInsideAndOutside) {
+    const TestMesh mesh = makeMesh(12, 9, 640, 480, GetParam());
+    std::vector<float> values = affineValues(mesh.xy);
+    for (const auto& [qw, qh, margin] : {std::make_tuple(33, 25, 0), std::make_tuple(20, 17, 60)}) {
+        Walker w(mesh, qw, qh);
+        std::vector<float> queries = makeQueries(qw, qh, -margin, 640 + margin, -margin, 480 + margin);
+        std::vector<float> out(queries.size()), outOpt(queries.size());
+        w.interp.interpolateByMesh(w.mesh.xy.data(), values.data(), queries.data(), out.data());
+        w.interp.interpolateByMeshOpt(w.mesh.xy.data(), values.data(), queries.data(), outOpt.data());
+        EXPECT_EQ(std::memcmp(out.data(), outOpt.data(), out.size() * sizeof(float)), 0);
+        for (size_t i = 0; i < out.size(); i += 2) {
+            // Float rounding of weights that grow with the distance from the
+            // last triangle tried.
+            EXPECT_NEAR(out[i], affineX(queries[i], queries[i + 1]), 2e-3) << i / 2;
+            EXPECT_NEAR(out[i + 1], affineY(queries[i], queries[i + 1]), 2e-3) << i / 2;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(UniformSmoothStrong, MeshWalkKinds, ::testing::Values(0, 1, 2));
+
+TEST(MeshWalk, LeftOfTheFirstColumnStopsAtOnce) {
+    Walker w(makeMesh(3, 3, 20, 20, 0));
+    int tri = -1;
+    float bary[3];
+    EXPECT_EQ(w.walk(-5.0f, 3.0f, 0, &tri, bary), 0);
+    EXPECT_EQ(tri, 0);
+    EXPECT_FLOAT_EQ(bary[0], 1.2f);
+    EXPECT_FLOAT_EQ(bary[1], 0.3f);
+    EXPECT_FLOAT_EQ(bary[2], -0.5f);
+}
+
+// Records which triangles the walk reads.
+struct RecordingCorners {
+    velmo::mesh::MeshCorners inner;
+    std::vector<int>* seen;
+    void operator()(int tri, float* corners) const {
+        seen->push_back(tri);
+        inner(tri, corners);
+    }
+};
+
+TEST(MeshWalk, StopsAtTheSearchLimitAndReportsTheLastTriangleComputed) {
+    int limited = 0, stoppedEarly = 0;
+    for (unsigned seed = 1; seed <= 40; ++seed) {
+        // Jitter past half a cell folds triangles, which sends walks round.
+        Walker w(makeMesh(8, 6, 140, 100, 2, 0.9, seed));
+        const velmo::mesh::MeshShape shape{w.interp.searchLimit(), w.interp.cellsW(), w.interp.cellsH(),
+                                           w.interp.numTriangles()};
+        const std::vector<float> points = makeQueries(12, 10, -10, 150, -10, 110);
+        for (size_t i = 0; i < points.size(); i += 2) {
+            std::vector<int> seen;
+            velmo::mesh::NoCount counter;
+            int tri = -1, plain = -1;
+            float bary[3];
+            const int hit = velmo::mesh::walk(shape, RecordingCorners{{w.mesh.tris.data(), w.mesh.xy.data()}, &seen},
+                                              counter, points[i], points[i + 1], 0, &tri, bary);
+            ASSERT_FALSE(seen.empty());
+            EXPECT_EQ(tri, seen.back());
+            EXPECT_LE(static_cast<int>(seen.size()), shape.searchLimit);
+            limited += !hit && static_cast<int>(seen.size()) == shape.searchLimit;
+            stoppedEarly += !hit && static_cast<int>(seen.size()) < shape.searchLimit;
+            EXPECT_EQ(w.walk(points[i], points[i + 1], 0, &plain, bary), hit);
+            EXPECT_EQ(plain, tri);
+        }
+    }
+    EXPECT_GT(limited, 0);
+    EXPECT_GT(stoppedEarly, 0);
+}
+
+TEST(MeshWalk, SmoothMeshNeedsFewEvaluationsPerQuery) {
+    const TestMesh mesh = makeMesh(28, 28, 1920, 1080, 1);
+    const std::vector<float> values = affineValues(mesh.xy);
+    const std::vector<float> queries = makeQueries(66, 66, 0, 1920, 0, 1080);
+    std::vector<float> out(queries.size());
+    velmo::mesh::EvaluationCount counter;
+    velmo::mesh::interpolateGrid(velmo::mesh::MeshShape{2 * (27 + 27), 27, 27, 2 * 27 * 27}, mesh.tris.data(),
+                                 velmo::mesh::MeshCorners{mesh.tris.data(), mesh.xy.data()}, counter, 66, 66,
+                                 values.data(), queries.data(), out.data());
+    // The seed one cell right of the previous hit overshoots by at most a
+    // cell with 2.4 queries per cell: one or two steps, never a search.
+    const double perQuery = static_cast<double>(counter.evaluations) / (66 * 66);
+    EXPECT_GE(perQuery, 1.0);
+    EXPECT_LT(perQuery, 2.5);
+}
+
+// The row-parallel loop and interpolateByMesh must give exactly the
+// sequential loop's bits; *inLockstep tells whether rows were batched.
+void expectFastPathsMatchSequential(const TestMesh& mesh, int qw, int qh, bool throughList, const std::string& what,
+                                    bool* inLockstep) {
+    const double W = mesh.xy[2 * (mesh.w - 1)], H = mesh.xy[2 * mesh.w * (mesh.h - 1) + 1];
+    const double margin = throughList ? 0.1 : 0.0;  // extrapolated outside
+    std::vector<float> queries = makeQueries(qw, qh, -1.5 * margin * W, (1 + margin) * W, -margin * H,
+                                             (1 + 1.5 * margin) * H);
+    std::vector<float> xy = mesh.xy, values = affineValues(mesh.xy, true);
+    std::vector<int> tris = mesh.tris;
+    MemoryManager arena(kArenaBytes, nullptr, 0, 0, mesh.w, mesh.h, 0, 0, 0, 0, 0, 0);
+    MeshInterpolator ref(&arena, 0, mesh.w, mesh.h, tris.data(), qw, qh);
+    ref.fill_ref_MeshTriangleVertXY_In(xy.data());
+    velmo::mesh::RowsJob job{{ref.searchLimit(), ref.cellsW(), ref.cellsH(), ref.numTriangles()},
+                             tris.data(), throughList ? xy.data() : nullptr, ref.triangleVertexTable(),
+                             qw, qh, values.data(), queries.data(), nullptr};
+    *inLockstep = *inLockstep || velmo::mesh::walksInLockstep(job);
+    std::vector<float> expected(queries.size(), -1.0f), actual(queries.size(), -2.0f), byMeshOut = actual;
+    job.out = expected.data();
+    velmo::mesh::interpolateRowsSequential(job);
+    job.out = actual.data();
+    velmo::mesh::interpolateRowsParallel(job);
+    ASSERT_EQ(std::memcmp(expected.data(), actual.data(), expected.size() * sizeof(float)), 0)
+        << what << " rows, query " << qw << " x " << qh << (throughList ? " list" : " table");
+
+    // interpolateByMesh fills its own corner table, then reads the mesh.
+    MemoryManager byMeshArena(kArenaBytes, nullptr, 0, 0, mesh.w, mesh.h, 0, 0, 0, 0, 0, 0);
+    MeshInterpolator byMesh(&byMeshArena, 0, mesh.w, mesh.h, tris.data(), qw, qh);
+    byMesh.interpolateByMesh(xy.data(), values.data(), queries.data(), byMeshOut.data());
+    ASSERT_EQ(std::memcmp(expected.data(), byMeshOut.data(), expected.size() * sizeof(float)), 0)
+        << what << " by mesh, query " << qw << " x " << qh;
+    ASSERT_EQ(std::memcmp(byMesh.triangleVertexTable(), ref.triangleVertexTable(),
+                          6 * sizeof(float) * ref.numTriangles()), 0)
+        << what << ": corner table left unfilled";
+}
+
+TEST(MeshRowsParallel, FastPathsGiveTheSequentialBitsOnEveryTarget) {
+    // The last mesh lists each triangle's corners in another order, which
+    // sends the fast path to read the list instead of deriving corners.
+    TestMesh rotated = makeMesh(12, 9, 400, 300, 1);
+    for (size_t t = 0; t < rotated.tris.size(); t += 3) {
+        std::rotate(rotated.tris.begin() + t, rotated.tris.begin() + t + 1, rotated.tris.begin() + t + 3);
+    }
+    const TestMesh meshes[] = {makeMesh(2, 2, 50, 50, 0),          makeMesh(5, 5, 1919, 1079, 0),
+                               makeMesh(9, 4, 300, 90, 1),         makeMesh(9, 6, 300, 200, 1),
+                               makeMesh(28, 28, 1920, 1080, 1),    makeMesh(11, 8, 200, 150, 2, 0.35),
+                               makeMesh(10, 7, 200, 150, 2, 0.9, 5), rotated};
+    int targets = 0;
+    for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
+        hwy::SetSupportedTargetsForTest(target);
+        ++targets;
+        const int lanes = velmo::mesh::parallelLanes();
+        // Row counts around one and two lane loads (rows are handed to lanes
+        // as they free up), and two lockstep batches plus a part batch.
+        const int rowCounts[] = {1, 2, 3, lanes - 1, lanes, lanes + 1, 2 * lanes - 1,
+                                 2 * lanes, 2 * lanes + 1, 3 * lanes + 5, 6 * lanes + 3};
+        bool anyLockstep = false;
+        for (const TestMesh& mesh : meshes) {
+            const std::string what = std::string(hwy::TargetName(target)) + " mesh " + std::to_string(mesh.w) +
+                                     "x" + std::to_string(mesh.h);
+            for (int qh : rowCounts) {
+                for (int qw = 1; qh >= 1 && qw <= 2 * lanes + 3; qw += (qw < 8 ? 1 : 5)) {
+                    expectFastPathsMatchSequential(mesh, qw, qh, true, what, &anyLockstep);
+                    expectFastPathsMatchSequential(mesh, qw, qh, false, what, &anyLockstep);
+                }
+            }
+        }
+        // Four-lane targets have too small a block to batch rows.
+        EXPECT_TRUE(anyLockstep || lanes < 8) << hwy::TargetName(target);
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    ASSERT_GT(targets, 0);
+    const TestMesh large = makeMesh(66, 66, 4000, 3000, 1);
+    bool unused = false;
+    expectFastPathsMatchSequential(large, 600, 600, true, "66x66 / 600x600", &unused);
+}
+
+}  // namespace
