@@ -35,12 +35,14 @@ TEST(Interp1Sorted, IndicesAndWeightsInEveryOrder) {
     for (const auto& c : cases) {
         const int nx = static_cast<int>(c.x.size()), nq = static_cast<int>(c.q.size());
         std::vector<Record> table(c.q.size());
-        std::vector<float> xWork(c.x.size(), -1.0f), qWork(c.q.size(), -1.0f);
+        // One sentinel past each work buffer: the reversed copies must stop at its end.
+        std::vector<float> xWork(c.x.size() + 1, -1.0f), qWork(c.q.size() + 1, -1.0f);
         float* xw = xWork.data();
         float* qw = qWork.data();
         Interp1_Sorted::getIndicesAndWeights(table[0].data(), nx, c.x.data(), c.xDown, &xw, nq, c.q.data(),
                                              c.qDown, &qw);
         EXPECT_EQ(table, c.expected) << c.x[0] << " .. " << c.q[0];
+        EXPECT_EQ(xWork.back() + qWork.back(), -2.0f) << c.x[0] << " .. " << c.q[0];
         if (!c.xDown && !c.qDown) {
             std::vector<Record> ascending(c.q.size());
             Interp1_Sorted::getIndicesAndWeights(ascending[0].data(), nx, c.x.data(), nq, c.q.data());
