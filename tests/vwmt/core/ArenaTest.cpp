@@ -119,8 +119,7 @@ TEST(MemoryManagerBlock, PackedDoublesAndAnExternalBlock) {
         EXPECT_EQ(arena.readDouble(19, 0), 3.5);
         EXPECT_EQ(arena.readDouble(19, 1), -0.1);
     }
-    block[0] = 1;  // still ours after the arena is gone (ASan would object otherwise)
-    EXPECT_EQ(block[0], 1);
+    block[0] = 1;  // still ours after the arena is gone: ASan objects otherwise
 }
 
 std::vector<float> gridOf(float seed) {

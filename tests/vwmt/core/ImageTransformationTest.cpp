@@ -97,23 +97,14 @@ TEST(MatrixUtility, TransposeProductsAndPoints) {
     MatrixUtility::multiply_3x3_Nx2(cancel, points + 4, out + 4, 1);
     EXPECT_EQ(std::vector<double>(out, out + 6), (std::vector<double>{1.5, 2.5, 3.5, -0.5, 1, 1}));
 
-    const double p[4] = {1.5, -2, -std::numeric_limits<double>::quiet_NaN(), 4};
-    testing::internal::CaptureStdout();
-    MatrixUtility::print(p, 2, 2, "%6.2f");
-    MatrixUtility::print(p, 0, 2, "%6.2f");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "|    1.50   -2.00  |\n|     nan    4.00  |\n\n\n\n\n");
 }
 
-TEST(MatrixUtilityIntrinsic, InverseUndoesTheIntrinsicMatrix) {
-    double k[9], kInv[9], product[9];
+TEST(MatrixUtilityIntrinsic, MatrixAndItsInverse) {
+    double k[9], kInv[9];
     MatrixUtility_Intrinsic::composeIntrinsicMatrix(k, 1000, 800, 640, 480);
     EXPECT_EQ(std::vector<double>(k, k + 9), (std::vector<double>{1000, 0, 640, 0, 800, 480, 0, 0, 1}));
     MatrixUtility_Intrinsic::composeInverseIntrinsicMatrix(kInv, 1000, 800, 640, 480);
     EXPECT_EQ(std::vector<double>(kInv, kInv + 9), (std::vector<double>{0.001, 0, -0.64, 0, 0.00125, -0.6, 0, 0, 1}));
-    MatrixUtility_Intrinsic::composeIntrinsicMatrix(k, 2, 4, 6, 8);
-    MatrixUtility_Intrinsic::composeInverseIntrinsicMatrix(kInv, 2, 4, 6, 8);
-    MatrixUtility::multiply_3x3(k, kInv, product);
-    EXPECT_EQ(std::vector<double>(product, product + 9), (std::vector<double>{1, 0, 0, 0, 1, 0, 0, 0, 1}));
 }
 
 }  // namespace

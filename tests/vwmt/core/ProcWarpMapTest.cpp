@@ -38,10 +38,9 @@ TEST(WarpMapLayout, InterleavedToPlaneAndBack) {
     std::vector<float> pairs(4);
     ProcWarpMap::remap_WarpMapXY_PlaneToInterleaved(xs, ys, pairs.data(), 2);
     EXPECT_EQ(pairs, (std::vector<float>{0.1f, 2.5f, -4.0f, 0.0f}));
-    double interleaved[] = {1, -1, 2, -2}, x[2], y[2];
-    ProcWarpMap::divideXYChannel_WarpMap(x, y, interleaved, 2);
-    EXPECT_EQ(std::vector<double>(x, x + 2), (std::vector<double>{1, 2}));
-    EXPECT_EQ(std::vector<double>(y, y + 2), (std::vector<double>{-1, -2}));
+    double interleaved[] = {1, -1, 2, -2}, planes[4];
+    ProcWarpMap::divideXYChannel_WarpMap(planes, planes + 2, interleaved, 2);
+    EXPECT_EQ(std::vector<double>(planes, planes + 4), (std::vector<double>{1, 2, -1, -2}));
 }
 
 TEST(GeoToPixel, WorkedGrids) {
