@@ -40,12 +40,13 @@ TEST(Transpose, SmallImageByHand) {
 }
 
 // Every shape up to 24 x 24 (each in-place strategy on its own up to 40 x 40),
-// and large ones: past the stack copy, with common factors of many kinds, and
-// with a side beyond the line buffer.
+// and large ones: past the stack copy, with common factors of many kinds, with
+// a side beyond the line buffer, and 256 rows whose 16-column blocks fill the
+// line buffer to its last element.
 TEST(Transpose, MatchesTheDefiningFormulasOnEveryShape) {
     using namespace velmo::transpose;
     std::vector<std::pair<int, int>> shapes = {{600, 600}, {601, 599}, {600, 400}, {66, 50}, {64, 72},
-                                               {1000, 7},  {5, 4096},  {3, 70001}, {640, 480}};
+                                               {1000, 7},  {5, 4096},  {3, 70001}, {640, 480}, {300, 256}};
     for (int W = 1; W <= 40; ++W)
         for (int H = 1; H <= 40; ++H) {
             std::vector<int> src(static_cast<size_t>(W) * H);
