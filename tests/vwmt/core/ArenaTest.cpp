@@ -133,10 +133,10 @@ TEST(GridBufferRing, KeepsTheLastDepthSerials) {
     Grid_Buffer ring(&arena, 11, 2, 2, 3);
     for (int serial = 1; serial <= 4; ++serial) EXPECT_EQ(ring.storeGrid(gridOf(10.0f * serial).data(), serial), 0);
     std::vector<float> out(8, -1.0f);
-    EXPECT_EQ(ring.getGrid(out.data(), 1), 1);  // 4 - 3 >= 1: too old
-    EXPECT_EQ(ring.getGrid(out.data(), 5), 2);  // beyond the latest: too new
+    // 4 - 3 >= 1 is too old, beyond the latest too new; a null output only probes.
+    EXPECT_EQ((std::vector<int>{ring.getGrid(out.data(), 1), ring.getGrid(out.data(), 5), ring.getGrid(nullptr, 2)}),
+              (std::vector<int>{1, 2, 0}));
     EXPECT_EQ(out, std::vector<float>(8, -1.0f));
-    EXPECT_EQ(ring.getGrid(nullptr, 2), 0);     // probe only
     EXPECT_EQ(ring.getGrid(out.data(), 4), 0);
     EXPECT_EQ(out, gridOf(40.0f));
     // Serial 1's slot (1 mod 3) now holds serial 4, and the pointer is not checked.
@@ -149,24 +149,22 @@ TEST(GridBufferRing, KeepsTheLastDepthSerials) {
     EXPECT_EQ(ring.getGrid(out.data(), 4), 0);
     EXPECT_EQ(out, gridOf(40.0f));
 
+    // Far ahead is accepted, 10 - 3 >= 7 refused; an older store keeps the latest.
     Grid_Buffer second(&arena, 12, 2, 2, 3);
-    EXPECT_EQ(second.storeGrid(out.data(), 10), 0);  // far ahead is accepted
-    EXPECT_EQ(second.storeGrid(out.data(), 7), 1);   // 10 - 3 >= 7
-    EXPECT_EQ(second.storeGrid(out.data(), 8), 0);
-    EXPECT_EQ(second.latestSerial(), 10);            // an older store keeps the latest
-    EXPECT_EQ(second.assignExpandedScalarToGrid(0.1, 7), 1);
+    EXPECT_EQ((std::vector<int>{second.storeGrid(out.data(), 10), second.storeGrid(out.data(), 7),
+                                second.storeGrid(out.data(), 8), second.latestSerial(),
+                                second.assignExpandedScalarToGrid(0.1, 7)}),
+              (std::vector<int>{0, 1, 0, 10, 1}));
     EXPECT_EQ(second.getGridPointer(11), arena.floatArray(52) + 16);
 
     // Depth 1 holds the latest grid, no depth holds nothing; other
     // identifiers have no storage.
     Grid_Buffer one(&arena, 12, 2, 2, 1), empty(&arena, 11, 2, 2, 0);
-    EXPECT_EQ(one.storeGrid(out.data(), 1), 0);
-    EXPECT_EQ(one.getGrid(out.data(), 1), 0);
-    EXPECT_EQ(empty.storeGrid(out.data(), 1), 1);
-    EXPECT_EQ(empty.assignExpandedScalarToGrid(2.0, 1), 1);
-    EXPECT_EQ(empty.getGrid(out.data(), 0), 1);
+    EXPECT_EQ((std::vector<int>{one.storeGrid(out.data(), 1), one.getGrid(out.data(), 1), empty.storeGrid(out.data(), 1),
+                                empty.assignExpandedScalarToGrid(2.0, 1), empty.getGrid(out.data(), 0),
+                                empty.latestSerial()}),
+              (std::vector<int>{0, 0, 1, 1, 1, 0}));
     EXPECT_EQ(empty.getGridPointer(1), nullptr);
-    EXPECT_EQ(empty.latestSerial(), 0);
     EXPECT_EQ(Grid_Buffer(&arena, 13, 2, 2, 3).getGridPointer(1), nullptr);
 }
 
