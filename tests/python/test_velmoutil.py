@@ -1,5 +1,5 @@
 """velmoutil: the bindings give what the C++ calls give (through velmo-util,
-whose commands are compared with the C++ API in tools_map_commands_test),
+whose commands are compared with the C++ API in tools_cli_test),
 refusals raise, and each plot draws one element per input in its place."""
 
 import json
