@@ -1,9 +1,16 @@
+// GenSize's entry points where the reference cases leave them open:
 // GenSizeInit's result codes with their exact log lines, the choices around
-// the fitting loop and the depth stage's boundaries that the reference cases
-// do not pin, the debug property, showErrorLog and enlargeWithNAligned. The record
-// arithmetic itself is pinned by GenSizeReferenceTest.
+// the fitting loop and the depth stage's boundaries, the debug property,
+// showErrorLog and enlargeWithNAligned; GenSizeProc's tolerance around zoom 1,
+// its sample input and its debug block; showLog's line splitting and the
+// configuration debug dumps. The record arithmetic itself is pinned by
+// GenSizeReferenceTest.
 
+#include <algorithm>
+#include <array>
+#include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <limits>
 #include <string>
 #include <vector>
@@ -17,21 +24,31 @@
 
 namespace {
 
+using velmo::testing::dualTwelveMegapixel;
 using velmo::testing::LogCapture;
 using velmo::testing::plainConfig;
 using velmo::testing::ScopedProperties;
 using Config = STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT;
 using Output = STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT;
+using ProcIn = STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT;
+using ProcOut = STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT;
+
+// Properties, the debug level and the log start clean in every test.
+class Sizing : public ::testing::Test {
+protected:
+    void SetUp() override { GENSIZE::debugLevel = 0; }
+    void TearDown() override { GENSIZE::debugLevel = 0; }
+
+    ScopedProperties properties;
+    LogCapture log;
+};
 
 const char* const kVersionLine = "[GenSizeInit] version v3.0.47.20240321\n";
 const char* const kVelmoLine = "[GENSIZE][GenSizeInit] Init Velmo Mode On!\n";
 const char* const kSatLine = "[GENSIZE][GenSizeInit] Init SAT Mode On!\n";
 
-class GenSizeInitTest : public ::testing::Test {
+class GenSizeInitTest : public Sizing {
 protected:
-    void SetUp() override { GENSIZE::debugLevel = 0; }
-    void TearDown() override { GENSIZE::debugLevel = 0; }
-
     uint32_t run(Config in) {
         out = Output{};
         log.clear();
@@ -45,8 +62,6 @@ protected:
         return found;
     }
 
-    ScopedProperties properties;
-    LogCapture log;
     Output out{};
 };
 
@@ -166,19 +181,16 @@ TEST_F(GenSizeInitTest, FeatureAspectClassAndSlantedBoundaries) {
     }
 }
 
+// The level is read on every call; an unset property keeps the last one,
+// a value atoi cannot read gives 0.
 TEST_F(GenSizeInitTest, DebugLevelComesFromThePropertyAndSticks) {
-    properties.set("vendor.debug.velmoUtil.gensize.debuglevel", "3");
-    run(plainConfig());
-    EXPECT_EQ(GENSIZE::debugLevel, 3);
-    EXPECT_EQ(log.texts()[1], "[GENSIZE][GenSizeInit] debugLevel: 3\n");
-
-    properties.set("vendor.debug.velmoUtil.gensize.debuglevel", nullptr);
-    run(plainConfig());
-    EXPECT_EQ(GENSIZE::debugLevel, 3);
-
-    properties.set("vendor.debug.velmoUtil.gensize.debuglevel", "verbose");  // atoi gives 0
-    run(plainConfig());
-    EXPECT_EQ(GENSIZE::debugLevel, 0);
+    const std::pair<const char*, int> cases[] = {{"3", 3}, {nullptr, 3}, {"verbose", 0}};
+    for (const auto& k : cases) {
+        properties.set("vendor.debug.velmoUtil.gensize.debuglevel", k.first);
+        run(plainConfig());
+        EXPECT_EQ(GENSIZE::debugLevel, k.second);
+        EXPECT_EQ(log.texts()[1], "[GENSIZE][GenSizeInit] debugLevel: " + std::to_string(k.second) + "\n");
+    }
 }
 
 // ---- the depth stage and the up-to-even step, at boundaries the whole records miss ----
@@ -308,6 +320,215 @@ TEST(EnlargeWithNAligned, RoundsTheSinglePrecisionQuotient) {
         EXPECT_EQ(enlargeWithNAligned(k.value, k.scale, k.align, static_cast<AlignMode>(k.mode)), k.expected)
             << k.value << " x " << k.scale << " / " << k.align << " mode " << k.mode;
     }
+}
+
+// ---- GenSizeProc ----
+
+using Rrz = STEREO_KERNEL_GEN_SIZE_RRZ_STAGE_STRUCT;
+using Window = std::array<int32_t, 8>;
+
+constexpr int32_t kVelmoCropTwo = 2 | (2 << 16);
+
+Window window(const Rrz& r) { return {r.in_w, r.in_h, r.offset_x, r.offset_y, r.usage_w, r.usage_h, r.out_w, r.out_h}; }
+
+// True when `wanted` appear in `lines` in this order (other lines between).
+bool inOrder(const std::vector<std::string>& lines, const std::vector<std::string>& wanted) {
+    std::size_t next = 0;
+    for (const std::string& line : lines) {
+        if (next < wanted.size() && line == wanted[next]) ++next;
+    }
+    return next == wanted.size();
+}
+
+class GenSizeProcTest : public Sizing {
+protected:
+    std::vector<std::string> debugBlock(const char* level, int32_t word);
+};
+
+// Within 1e-5 of 1 the configured windows stay; just outside, a zoom of
+// 0.99998 already grows the 4000-wide usage to 2 x ceil(2000.04) = 4002.
+TEST_F(GenSizeProcTest, ZoomWithinTheToleranceOfOneKeepsTheConfiguredWindows) {
+    Config cfg = dualTwelveMegapixel(kVelmoCropTwo);
+    Config initCfg = cfg;
+    initCfg.has_mdp = -1;  // as GenSizeProc calls it
+    Output io{};
+    ASSERT_EQ(GenSizeInit(io, initCfg), 0u);
+    ASSERT_EQ(window(io.main.rrz), (Window{4000, 3000, 0, 375, 4000, 2250, 1920, 1080}));
+    const std::pair<float, bool> cases[] = {{1.0f, true}, {1.000009f, true}, {0.999991f, true}, {0.99998f, false}};
+    for (const auto& k : cases) {
+        ProcIn pi{};
+        pi.zoom_ratio = k.first;
+        pi.p1_main = io.main.rrz;
+        pi.p1_auxi = io.auxi.rrz;
+        ProcOut po{};
+        ASSERT_EQ(GenSizeProc(po, pi, cfg), 0u);
+        EXPECT_EQ(window(po.rrz_zoom_main) == window(io.main.rrz), k.second) << k.first;
+        EXPECT_EQ(window(po.rrz_zoom_auxi) == window(io.auxi.rrz), k.second) << k.first;
+    }
+}
+
+TEST_F(GenSizeProcTest, SampleInputFillsBothWindowsAndZoomOne) {
+    ProcIn pi{};
+    pi.p1_main.p1_fe_w = 77;  // left as it was
+    gen_procIn_testcase(pi, Config{});
+    EXPECT_EQ(pi.zoom_ratio, 1.0f);
+    EXPECT_EQ(window(pi.p1_main), (Window{4096, 2304, 0, 0, 4096, 2304, 2586, 1456}));
+    EXPECT_EQ(window(pi.p1_auxi), (Window{4096, 2304, 0, 0, 4096, 2304, 2586, 1456}));
+    EXPECT_EQ(pi.p1_main.p1_fe_w, 77);
+}
+
+// The lines GenSizeProc adds after its GenSizeInit call, at a debug level set
+// through the property, sizing the sample input at zoom 2.
+std::vector<std::string> GenSizeProcTest::debugBlock(const char* level, int32_t word) {
+    properties.set("vendor.debug.velmoUtil.gensize.debuglevel", level);
+    Config cfg = dualTwelveMegapixel(word);
+    ProcIn pi{};
+    gen_procIn_testcase(pi, cfg);
+    pi.zoom_ratio = 2.0f;
+    log.clear();
+    ProcOut po{};
+    EXPECT_EQ(GenSizeProc(po, pi, cfg), 0u);
+    const std::vector<std::string> lines = log.texts();
+    std::size_t start = 0;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        if (lines[i].rfind("[GenSizeProc] Feature:", 0) == 0) start = i;
+    }
+    return start == 0 ? std::vector<std::string>{} : std::vector<std::string>(lines.begin() + start, lines.end());
+}
+
+// "[GenSizeProc] <name>\n" per name; a bracketed name is a record header.
+std::vector<std::string> labels(std::initializer_list<const char*> names) {
+    std::vector<std::string> lines;
+    for (const char* name : names) {
+        lines.push_back(name[0] == '[' ? std::string("[GensizeProc]") + name + "[DEBUG]\n"
+                                       : std::string("[GenSizeProc] ") + name + "\n");
+    }
+    return lines;
+}
+
+TEST_F(GenSizeProcTest, DebugBlockFollowsTheLevelProperty) {
+    EXPECT_TRUE(debugBlock("0", kVelmoCropTwo).empty());
+
+    const std::vector<std::string> level1 = debugBlock("1", kVelmoCropTwo);
+    ASSERT_FALSE(level1.empty());
+    EXPECT_EQ(level1.front(),
+              "[GenSizeProc] Feature: Velmo, crop_mode: 2, zoom_ratio: 2.000000, zoom_constraint: 3.906250\n");
+    const std::vector<std::string> records =
+        labels({"[STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT]", "====== sensor_main ======", "====== sensor_auxi ======",
+                "[STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT]", "main rrz_init", "auxi rrz_init",
+                "[STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT]", "zoom_ratio: 2.000000", "p1_main", "p1_auxi",
+                "[STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT]", "rrz_zoom_main", "rrz_zoom_auxi", "traw_main", "traw_auxi"});
+    EXPECT_TRUE(inOrder(level1, records));
+
+    // Level 2 adds the configuration stages (the motion map section shows the
+    // depth stage) and the seven per-frame stages.
+    const std::vector<std::string> stages =
+        labels({"main wpe_traw_init", "sub wpe_traw_init", "main p1_init", "auxi p1_init", "main fe_b_init",
+                "main fe_c_init", "auxi fe_b_init", "auxi fe_c_init", "dpe_init", "me_init",
+                "[STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT]", "traw_auxi", "wpe_main_fe_b", "wpe_auxi_fe_b",
+                "wpe_main_fe_c", "wpe_auxi_fe_c", "wpe_main_n3d", "wpe_sub_n3d", "dpe"});
+    EXPECT_FALSE(inOrder(level1, {stages.front()}));
+    EXPECT_FALSE(inOrder(level1, {stages[12]}));
+    const std::vector<std::string> level2 = debugBlock("2", kVelmoCropTwo);
+    EXPECT_TRUE(inOrder(level2, records));
+    EXPECT_TRUE(inOrder(level2, stages));
+    const auto meInit = std::find(level2.begin(), level2.end(), "[GenSizeProc] me_init\n");
+    ASSERT_NE(meInit, level2.end());
+    EXPECT_EQ(meInit[1].rfind("[STEREO_KERNEL_GEN_SIZE_DPE_STAGE_STRUCT]", 0), 0u);
+
+    // The all-zero feature word is SAT in crop mode 1.
+    const std::vector<std::string> sat = debugBlock("1", 0);
+    ASSERT_FALSE(sat.empty());
+    EXPECT_EQ(sat.front(), "[GenSizeProc] Feature: SAT, crop_mode: 1, zoom_ratio: 2.000000, zoom_constraint: 3.906250\n");
+}
+
+// ---- showLog and the configuration dumps ----
+
+// Pieces are cut before the first newline from byte 900 of what is left, or
+// at 1024 bytes when there is none; every piece goes out under the library's tag.
+TEST(ShowLog, CutsEachPieceAtTheFirstNewlineFromItsByte900) {
+    struct Case {
+        std::size_t size;
+        std::vector<std::size_t> newlines;
+        std::vector<std::size_t> pieces;
+    };
+    const Case cases[] = {
+        {1024, {}, {1024}},
+        {1025, {899, 950, 1000}, {950, 75}},  // 899 is too early to cut at
+        {1500, {1200}, {1200, 300}},          // a late cut gives a piece over 1024
+        {3000, {500}, {1024, 1024, 952}},
+        {2600, {1000, 1950}, {1000, 950, 650}},  // 950 bytes into the remainder
+    };
+    for (const Case& k : cases) {
+        std::string text(k.size, 'a');
+        for (std::size_t at : k.newlines) text[at] = '\n';
+        LogCapture log;
+        showLog(text);
+        std::vector<std::size_t> sizes;
+        std::string joined;
+        for (const auto& line : log.lines()) {
+            sizes.push_back(line.text.size());
+            joined += line.text;
+            EXPECT_EQ(line.tag, "GenSize");
+            EXPECT_EQ(line.module, 0x10004001);
+        }
+        EXPECT_EQ(sizes, k.pieces) << k.size;
+        EXPECT_EQ(joined, text) << k.size;
+    }
+}
+
+// ---- configuration debug dumps -------------------------------------------------
+
+// A label line followed by the pieces showLog makes of a dump (its splitting
+// is tested above).
+void appendSection(std::vector<std::string>& lines, const char* label, const std::string& dump) {
+    lines.push_back(label);
+    LogCapture log;
+    showLog(dump);
+    for (const std::string& piece : log.texts()) lines.push_back(piece);
+}
+
+Config sampleConfig() {
+    Config in = dualTwelveMegapixel(2);
+    in.ai_tracking_w = 320;
+    in.ai_tracking_h = 180;
+    in.has_mdp = -1;
+    in.module_orient = 1;
+    in.module_angle = 0.5f;
+    in.align_wpe_out_w = 32;
+    in.align_fe_in_h = 8;
+    return in;
+}
+
+TEST_F(Sizing, InputDumpShowsSensorsAndAddsSummariesFromLevel2) {
+    Config in = sampleConfig();
+    std::vector<std::string> sensorPart = {"[GensizeProc][STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT][DEBUG]\n"};
+    appendSection(sensorPart, "[GenSizeProc] ====== sensor_main ======\n", in.sensor_main.toString());
+    appendSection(sensorPart, "[GenSizeProc] ====== sensor_auxi ======\n", in.sensor_auxi.toString());
+    ASSERT_EQ(sensorPart.size(), 7u);  // each sensor dump is a little over 1024 bytes
+    {
+        LogCapture captured;
+        GENSIZE::debugLevel = 1;
+        show_init_in_log(in);
+        EXPECT_EQ(captured.texts(), sensorPart);
+    }
+    LogCapture captured;
+    GENSIZE::debugLevel = 2;
+    show_init_in_log(in);
+    std::vector<std::string> expected = sensorPart;
+    expected.push_back(
+        "[GenSizeProc] ai_depth_enable: 0, ai_depth_temporal_enable: 0, rrz_output_main_w: 1920, rrz_output_main_h: "
+        "1080, p1_fe_main_w: 1280, p1_fe_main_h: 720, dpe_w: 640, dpe_h: 360,         dpe_w_rot: 360, dpe_h_rot : "
+        "640, ai_tracking_w : 320, ai_tracking_h : 180\n");
+    expected.push_back(
+        "[GenSizeProc] has_mdp: -1, module_layout: 0, module_orient: 1, flow_rotate_type: 0, enable_gpu: 0, "
+        "only_crop_ratio: 0, module_angle: 0.500000, module_variation: 1.000000, focal_length: 4.500000, baseline: "
+        "12.000000,         cell_size: 1.000000, dpe_cand_num: 32, dpe_dv_lsb_sft: 0\n");
+    expected.push_back(
+        "[GenSizeProc] align_wpe_in_w: 64, align_wpe_out_w: 32, align_dpe_in_w: 16, align_dpe_out_w: 64, "
+        "align_ai_depth_in_w: 16, align_ai_depth_in_h: 16, align_gpu_in_w: 64, align_gpu_in_h: 2,         "
+        "align_fe_in_w: 16, align_fe_in_h: 8\n");
+    EXPECT_EQ(captured.texts(), expected);
 }
 
 }  // namespace
