@@ -1,6 +1,7 @@
-"""velmoutil: the bindings give what the C++ calls give (through velmo-util,
-whose commands are compared with the C++ API in tools_cli_test),
-refusals raise, and each plot draws one element per input in its place."""
+"""velmoutil: the bindings and velmo-util, two separate callers of the C++
+API, give the same results (tools_cli_test also compares the sizing and map
+commands with the calls), refusals raise, and each plot draws one element per
+input in its place."""
 
 import json
 import os
@@ -125,7 +126,8 @@ def test_plots_draw_each_window_mesh_and_vector_in_its_place(tmp_path):
     assert (tmp_path / "layout.png").stat().st_size > 0
 
     _, _, n3d = merge_inputs()  # every node moved two pixels right, one up
-    ax = plot.merge_grid(n3d[0], n3d[1], n3d[0] + 64, n3d[1] - 32, arrow_scale=1.0, out=str(tmp_path / "g.svg")).axes[0]
+    fig = plot.merge_grid(n3d[0], n3d[1], n3d[0] + 64, n3d[1] - 32, arrow_scale=1.0, out=str(tmp_path / "g.svg"))
+    ax = fig.axes[0]
     meshes = [c for c in ax.collections if isinstance(c, LineCollection)]
     arrows = [c for c in ax.collections if isinstance(c, Quiver)]
     assert len(meshes) == 2 and all(len(mesh.get_segments()) == 3 + 4 for mesh in meshes)
