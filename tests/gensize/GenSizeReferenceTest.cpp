@@ -105,16 +105,12 @@ Record filledWithSentinel() {
     return record;
 }
 
-std::string describe(uint32_t bits, bool isFloat) {
+// A word read both ways, and its bits.
+std::string describe(uint32_t bits) {
     float f;
     std::memcpy(&f, &bits, sizeof f);
-    ::testing::Message text;
-    if (isFloat) {
-        text << f;
-    } else {
-        text << static_cast<int32_t>(bits);
-    }
-    return (text << " (0x" << std::hex << bits << ")").GetString();
+    return (::testing::Message() << static_cast<int32_t>(bits) << " / " << f << " (0x" << std::hex << bits << ")")
+        .GetString();
 }
 
 // Compares a record word by word against the expectation, naming each
@@ -130,8 +126,7 @@ void expectRecord(const char* caseName, const char* what, const Record& actual,
                           (fields[i].isFloat && isNaN(bits) && isNaN(expected[i].bits));
         if (!same) {
             ADD_FAILURE() << caseName << ": " << what << "." << fields[i].name << " is "
-                          << describe(bits, fields[i].isFloat) << ", expected "
-                          << describe(expected[i].bits, fields[i].isFloat);
+                          << describe(bits) << ", expected " << describe(expected[i].bits);
         }
     }
 }
@@ -147,10 +142,8 @@ protected:
     velmo::testing::LogCapture log_;
 };
 
-template <typename Case>
-std::string caseName(const ::testing::TestParamInfo<const Case*>& info) {
-    return info.param->name;
-}
+// Names each case after its record in the .inc.
+const auto caseName = [](const auto& info) { return std::string(info.param->name); };
 
 using GenSizeInitReference = GenSizeReference<InitCase>;
 
@@ -166,7 +159,7 @@ TEST_P(GenSizeInitReference, MatchesTheModel) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, GenSizeInitReference, ::testing::Range(std::cbegin(kInitCases), std::cend(kInitCases)),
-                         caseName<InitCase>);
+                         caseName);
 
 // The lines GenSizeProc writes itself when it repairs a window, fails or meets
 // an unsupported feature word; the GenSizeInit dumps are filtered out.
@@ -195,6 +188,6 @@ TEST_P(GenSizeProcReference, MatchesTheModel) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, GenSizeProcReference, ::testing::Range(std::cbegin(kProcCases), std::cend(kProcCases)),
-                         caseName<ProcCase>);
+                         caseName);
 
 }  // namespace

@@ -118,7 +118,7 @@ void expectRoundTrip(const Record& original) {
 // that JSON can carry; then floats that are hard to print shortest.
 TEST(RecordJsonTest, EveryFieldSurvivesARoundTripBitForBit) {
     std::mt19937 random(1);
-    auto fill = [&random](auto& record) {
+    auto fill = [&random](auto record) {
         static_assert(sizeof(record) % 4 == 0, "records are made of 32-bit members");
         for (std::size_t offset = 0; offset < sizeof(record); offset += 4) {
             uint32_t word = random();
@@ -128,14 +128,10 @@ TEST(RecordJsonTest, EveryFieldSurvivesARoundTripBitForBit) {
         expectRoundTrip(record);
     };
     for (int i = 0; i < 20; ++i) {
-        STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT initIn;
-        STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT initOut;
-        STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT procIn;
-        STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT procOut;
-        fill(initIn);
-        fill(initOut);
-        fill(procIn);
-        fill(procOut);
+        fill(STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT{});
+        fill(STEREO_KERNEL_GEN_SIZE_INIT_OUT_STRUCT{});
+        fill(STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT{});
+        fill(STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT{});
     }
     for (float value : {0.1f, 1.0f / 3.0f, 66.1f, FLT_MAX, -FLT_MAX, FLT_MIN,
                         std::numeric_limits<float>::denorm_min(), -0.0f, 16777216.0f, 3.14159274f}) {
