@@ -34,7 +34,6 @@
 #include "MapRecordJson.h"
 #include "RecordJson.h"
 #include "gensize/GenSize.h"
-#include "maputil/PowerSaving.h"
 #include "maputil/RotateMMap.h"
 #include "support/LogCapture.h"
 #include "utilPlatform.h"
@@ -234,13 +233,15 @@ TEST(CliTest, DefaultConfigAndFrameAreTheBuiltInModuleAtZoomOne) {
     EXPECT_EQ(run({"default-frame", kModule}).out, run({"default-frame"}).out) << "the built-in module is the default";
 }
 
-TEST(CliTest, GenSizeAndGenSizeProcSizeTheModule) {
+TEST(CliTest, CommandsPrintTheLibrarysResults) {
     // (tools_cli_text_dump checks gensize's text format.) Zoom 2 is capped at
     // 756/568: the main window would shrink to 1504 wide, below the 1920
     // output, so it stays 1920 (centred at 40); the auxiliary one becomes
     // 2 x ceil(1344 / z / 2) = 1010, centred at (2000 - 1010) / 2; its FE is
     // clamped to the window, and its depth input has no configuration-call
-    // enlargement per frame.
+    // enlargement per frame. The power-saving field has x from -50 to 91 and
+    // y from 0 to 28, at precision 4 and scale 2 on x: 91 / 4 x 2 = 45.5;
+    // the means fail their thresholds.
     const struct {
         std::vector<std::string> args;
         const char* expected;  // JSON pointer to value
@@ -252,6 +253,8 @@ TEST(CliTest, GenSizeAndGenSizeProcSizeTheModule) {
         {{"gensize-proc", kModule, kFrame}, R"({"/rrz_zoom_main/usage_w": 1920, "/rrz_zoom_main/offset_x": 40,
             "/rrz_zoom_auxi/usage_w": 1010, "/rrz_zoom_auxi/offset_x": 495, "/rrz_zoom_auxi/p1_fe_w": 1010,
             "/rrz_zoom_auxi/p1_depth_w": 672, "/zoom_constraint": 1.3309859})"},
+        {{"power-saving", kData + "power-saving.json"},
+         R"({"/power_saving": false, "/max_x": 91, "/max_y": 28, "/max_scaled_x": 45.5})"},
     };
     for (const auto& c : cases) {
         const Json document = ok(c.args), expected = parsed(c.expected);
@@ -427,8 +430,7 @@ TEST(MapCommandsTest, OisGridPrintsTheContentBlockOfTheRawPlanes) {
     }
 }
 
-// The same field for both: x from -50 to 91, y from 0 to 28.
-TEST(MapCommandsTest, RotateMMapAndPowerSavingAreTheLibraryCalls) {
+TEST(MapCommandsTest, RotateMMapIsTheLibraryCall) {
     const Json input = load("rotate-mmap.json");
     RotateMMapParam p{};
     JsonError error;
@@ -443,19 +445,6 @@ TEST(MapCommandsTest, RotateMMapAndPowerSavingAreTheLibraryCalls) {
     const Json rotated = ok({"rotate-mmap", kData + "rotate-mmap.json"});
     EXPECT_EQ(rotX, flat(rotated["rot_x"]));
     EXPECT_EQ(rotY, flat(rotated["rot_y"]));
-
-    PowerSavingParam q{};
-    ASSERT_TRUE(fromJson(load("power-saving.json")["param"], q, error)) << error.message();
-    q._map_x = x.data();
-    q._map_y = y.data();
-    ::testing::internal::CaptureStdout();
-    const bool decision = PowerSaving(q);
-    ::testing::internal::GetCapturedStdout();
-    const Json stats = ok({"power-saving", kData + "power-saving.json"});
-    EXPECT_EQ(decision, stats["power_saving"].get<bool>());
-    EXPECT_EQ(91, stats["max_x"].get<int>());
-    EXPECT_EQ(28, stats["max_y"].get<int>());
-    EXPECT_DOUBLE_EQ(91.0 / 4 * 2, stats["max_scaled_x"].get<double>());
 }
 
 }  // namespace
