@@ -16,11 +16,7 @@ using velmo::testing::ScopedProperties;
 // What two log lines leave on stderr with VELMO_LOG set to `env` (nullptr:
 // unset), through the default sink or the one given.
 std::string stderrWith(const char* env, quentra::host::LogSink sink = nullptr) {
-    if (env != nullptr) {
-        setenv("VELMO_LOG", env, 1);
-    } else {
-        unsetenv("VELMO_LOG");
-    }
+    env != nullptr ? setenv("VELMO_LOG", env, 1) : unsetenv("VELMO_LOG");
     quentra::host::setLogSink(sink, nullptr);
     testing::internal::CaptureStderr();
     VELMO_LOG("OISWarpMap", "a\n");

@@ -218,19 +218,12 @@ TEST(RecordJsonTest, ConfigurationValuesAreCheckedAndNamed) {
 // ---- the sizing commands ---------------------------------------------------------
 
 TEST(CliTest, DefaultConfigAndFrameAreTheBuiltInModuleAtZoomOne) {
-    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT config{};
-    JsonError error;
-    ASSERT_TRUE(fromJson(ok({"default-config"}), config, error)) << error.message();
-    const STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT expectedConfig = defaultConfig();
-    EXPECT_EQ(0, std::memcmp(&expectedConfig, &config, sizeof config));
-
+    EXPECT_EQ(toJson(defaultConfig()), ok({"default-config"}));
     // The frame of the data folder is the template with the zoom set to 2.
-    STEREO_KERNEL_GEN_SIZE_PROC_IN_STRUCT frame{}, expected{};
-    ASSERT_TRUE(fromJson(ok({"default-frame", kModule}), frame, error)) << error.message();
-    ASSERT_TRUE(fromJson(load("frame-zoom2.json"), expected, error)) << error.message();
-    expected.zoom_ratio = 1.0f;
-    EXPECT_EQ(0, std::memcmp(&expected, &frame, sizeof frame));
-    EXPECT_EQ(run({"default-frame", kModule}).out, run({"default-frame"}).out) << "the built-in module is the default";
+    Json frame = load("frame-zoom2.json");
+    frame["zoom_ratio"] = 1.0;
+    EXPECT_EQ(frame, ok({"default-frame", kModule}));
+    EXPECT_EQ(frame, ok({"default-frame"})) << "the built-in module is the default";
 }
 
 TEST(CliTest, CommandsPrintTheLibrarysResults) {
