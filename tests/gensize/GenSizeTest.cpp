@@ -197,6 +197,8 @@ TEST_F(GenSizeInitTest, DebugLevelComesFromThePropertyAndSticks) {
 
 // What SetDPE starts from; the rest of the record holds a recognisable
 // pattern, so a field written too early or not at all stands out.
+constexpr int kUntouched = 0x55555555;
+
 Output depthInput(int nocW, int nocH) {
     Output out;
     std::memset(&out, 0x55, sizeof out);
@@ -208,54 +210,44 @@ Output depthInput(int nocW, int nocH) {
     return out;
 }
 
-TEST(SetDpe, AiTrackingRatiosMustShareABand) {
+// AI tracking: the ratios depth / tracking on each axis must share a band:
+// high [1, 999), middle [0.25, 1), low anything else; a zero tracking size
+// disables the check. Disparity: pad2 = 32 x ceil(noc_w / 544): 32, 64 from
+// 545, 96 from 1089; dv_w = (noc_w + pad2) >> 1, its buffer aligned up to 16.
+// The frame, noc_w plus 32 on both sides, may be 4096 wide; a wider one stops
+// before the disparity map.
+TEST(SetDpe, TrackingBandsDisparityPaddingAndFrameWidthLimit) {
     struct Case {
-        int trackW, trackH;
-        int noRotW, noRotH;
-        int code;
+        int trackW, trackH, noRotW, noRotH, nocW, code, dvW, dvBufW;
     };
-    // Ratios depth / tracking on each axis: high [1, 999), middle [0.25, 1),
-    // low anything else.
     const Case cases[] = {
-        {640, 10, 640, 9989, 0},  // 1.0 and 998.9: both high
-        {100, 100, 99, 100, 5},   // 0.99 and 1.0
-        {100, 1, 10, 1000, 0},    // 0.1 and 1000: both low
-        {400, 400, 100, 396, 0},  // 0.25 and 0.99: both middle
-        {100, 100, 100, 24, 5},   // 1.0 and 0.24
-        {0, 100, 1, 1000, 0},     // a zero tracking size disables the check
+        {640, 10, 640, 9989, 640, 0, 352, 352},  // 1.0 and 998.9: both high
+        {100, 100, 99, 100, 640, 5, kUntouched, kUntouched},  // 0.99 and 1.0: refused before the frame
+        {100, 1, 10, 1000, 640, 0, 352, 352},    // 0.1 and 1000: both low
+        {400, 400, 100, 396, 640, 0, 352, 352},  // 0.25 and 0.99: both middle
+        {100, 100, 100, 24, 640, 5, kUntouched, kUntouched},  // 1.0 and 0.24
+        {0, 100, 1, 1000, 640, 0, 352, 352},
+        {0, 0, 544, 361, 544, 0, 288, 288},
+        {0, 0, 545, 361, 545, 0, 304, 304},
+        {0, 0, 1088, 361, 1088, 0, 576, 576},
+        {0, 0, 1089, 361, 1089, 0, 592, 592},
+        {0, 0, 600, 361, 600, 0, 332, 336},
+        {0, 0, 4032, 361, 4032, 0, 2144, 2144},
+        {0, 0, 4033, 361, 4033, ERR_DPE_IN_W_MAXIMUM, kUntouched, kUntouched},
     };
     for (const Case& k : cases) {
         Config cfg = plainConfig();
         cfg.align_wpe_in_w = 1;
         cfg.ai_tracking_w = k.trackW;
         cfg.ai_tracking_h = k.trackH;
-        Output out = depthInput(640, 360);
+        Output out = depthInput(k.nocW, 361);
         out.dpe.dpe_noc_w_no_rot = k.noRotW;
         out.dpe.dpe_noc_h_no_rot = k.noRotH;
-        EXPECT_EQ(SetDPE(out, cfg), k.code) << k.noRotW << "/" << k.trackW << ", " << k.noRotH << "/" << k.trackH;
-    }
-}
-
-// pad2 = 32 x ceil(noc_w / 544): 32, 64 from 545, 96 from 1089; dv_w =
-// (noc_w + pad2) >> 1, its buffer aligned up to 16. The frame, noc_w plus 32
-// on both sides, may be 4096 wide; a wider one stops before the disparity map.
-TEST(SetDpe, DisparityPaddingPer544PixelTileAndFrameWidthLimit) {
-    struct Case {
-        int nocW, code, dvW, dvBufW;
-    };
-    const Case cases[] = {
-        {544, 0, 288, 288},     {545, 0, 304, 304},   {1088, 0, 576, 576},
-        {1089, 0, 592, 592},    {600, 0, 332, 336},   {4032, 0, 2144, 2144},
-        {4033, ERR_DPE_IN_W_MAXIMUM, 0x55555555, 0x55555555},
-    };
-    for (const Case& k : cases) {
-        Config cfg = plainConfig();
-        cfg.align_wpe_in_w = 1;
-        Output out = depthInput(k.nocW, 361);
-        EXPECT_EQ(SetDPE(out, cfg), k.code) << k.nocW;
-        EXPECT_EQ(out.dpe.dpe_frm_w, k.nocW + 64);
-        EXPECT_EQ(out.dpe.dpe_dv_w, k.dvW) << k.nocW;
-        EXPECT_EQ(out.dpe.dpe_dv_buf_w, k.dvBufW) << k.nocW;
+        SCOPED_TRACE(::testing::Message() << k.noRotW << "/" << k.trackW << ", " << k.noRotH << "/" << k.trackH);
+        EXPECT_EQ(SetDPE(out, cfg), k.code);
+        EXPECT_EQ(out.dpe.dpe_frm_w, k.code == ERR_AI_TRACKING_TO_DPE_GUIDE ? kUntouched : k.nocW + 64);
+        EXPECT_EQ(out.dpe.dpe_dv_w, k.dvW);
+        EXPECT_EQ(out.dpe.dpe_dv_buf_w, k.dvBufW);
     }
 }
 
