@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <tuple>
 
 #include "common/Numerics.h"
 #include "common/Trig.h"
@@ -45,9 +46,9 @@ TEST(Numerics, ConversionsFollowArm) {
     };
     for (const auto& c : cases) {
         const float f = opaque(static_cast<float>(c.value));
-        EXPECT_EQ(velmo::toInt32(f), c.asInt32) << c.value;
-        EXPECT_EQ(velmo::toInt32(opaque(c.value)), c.fromDouble) << c.value;
-        EXPECT_EQ(velmo::toUint32(f), c.asUint32) << c.value;
+        EXPECT_EQ(std::make_tuple(velmo::toInt32(f), velmo::toInt32(opaque(c.value)), velmo::toUint32(f)),
+                  std::make_tuple(c.asInt32, c.fromDouble, c.asUint32))
+            << c.value;
     }
 }
 

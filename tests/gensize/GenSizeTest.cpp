@@ -245,9 +245,9 @@ TEST(SetDpe, TrackingBandsDisparityPaddingAndFrameWidthLimit) {
         out.dpe.dpe_noc_h_no_rot = k.noRotH;
         SCOPED_TRACE(::testing::Message() << k.noRotW << "/" << k.trackW << ", " << k.noRotH << "/" << k.trackH);
         EXPECT_EQ(SetDPE(out, cfg), k.code);
-        EXPECT_EQ(out.dpe.dpe_frm_w, k.code == ERR_AI_TRACKING_TO_DPE_GUIDE ? kUntouched : k.nocW + 64);
-        EXPECT_EQ(out.dpe.dpe_dv_w, k.dvW);
-        EXPECT_EQ(out.dpe.dpe_dv_buf_w, k.dvBufW);
+        const int frameW = k.code == ERR_AI_TRACKING_TO_DPE_GUIDE ? kUntouched : k.nocW + 64;
+        EXPECT_EQ((std::array<int, 3>{out.dpe.dpe_frm_w, out.dpe.dpe_dv_w, out.dpe.dpe_dv_buf_w}),
+                  (std::array<int, 3>{frameW, k.dvW, k.dvBufW}));
     }
 }
 

@@ -11,6 +11,7 @@
 #include <numeric>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "maputil/PowerSaving.h"
@@ -79,13 +80,11 @@ struct MapCase {
     }
 };
 
-struct Planes {
-    std::vector<int32_t> x, y;
-};
+using Planes = std::pair<std::vector<int32_t>, std::vector<int32_t>>;  // x, y
 
 Planes run(MapCase& m, bool vector) {
     Planes out;
-    const RotateMMapParam p = m.param(out.x, out.y);
+    const RotateMMapParam p = m.param(out.first, out.second);
     EXPECT_EQ(vector ? RotateMMap(p) : rotateMMapScalar(p), 0);
     return out;
 }
@@ -157,17 +156,11 @@ TEST(RotateMMap, HandWorkedMaps) {
     for (const Worked& c : cases) {
         SCOPED_TRACE(c.what);
         MapCase m = c.map;
-        std::vector<int32_t> x = c.x, y = c.y;
-        x.resize(static_cast<std::size_t>(m.dstStride) * (m.dstHeight + 1), S);
-        y.resize(x.size(), S);
-        const Planes scalar = run(m, false);
-        EXPECT_EQ(scalar.x, x);
-        EXPECT_EQ(scalar.y, y);
-        forEachVectorTarget([&] {
-            const Planes vector = run(m, true);
-            EXPECT_EQ(vector.x, x);
-            EXPECT_EQ(vector.y, y);
-        });
+        Planes expected(c.x, c.y);
+        expected.first.resize(static_cast<std::size_t>(m.dstStride) * (m.dstHeight + 1), S);
+        expected.second.resize(expected.first.size(), S);
+        EXPECT_EQ(run(m, false), expected);
+        forEachVectorTarget([&] { EXPECT_EQ(run(m, true), expected); });
     }
 }
 
@@ -207,11 +200,7 @@ TEST(RotateMMap, VectorMatchesScalarForEveryBandWidthAndShape) {
             m.degrees = degrees;
             fillSource(m, static_cast<uint32_t>(m.width * 31 + m.dstWidth * 1000 + degrees));
             const Planes scalar = run(m, false);
-            forEachVectorTarget([&] {
-                const Planes vector = run(m, true);
-                ASSERT_EQ(vector.x, scalar.x);
-                ASSERT_EQ(vector.y, scalar.y);
-            });
+            forEachVectorTarget([&] { ASSERT_EQ(run(m, true), scalar); });
             if (::testing::Test::HasFatalFailure()) return;
         }
     }
