@@ -24,6 +24,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -97,12 +98,9 @@ Record fromWords(const Word (&words)[N]) {
 
 template <typename Record>
 Record filledWithSentinel() {
-    static_assert(sizeof(Record) % 4 == 0, "records are made of 32-bit fields");
-    Record record;
-    for (size_t at = 0; at < sizeof record; at += 4) {
-        std::memcpy(reinterpret_cast<char*>(&record) + at, &kSentinel, 4);
-    }
-    return record;
+    Word words[sizeof(Record) / 4];
+    std::fill(std::begin(words), std::end(words), S);
+    return fromWords<Record>(words);
 }
 
 // A word read both ways, and its bits.
