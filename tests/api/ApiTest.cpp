@@ -31,14 +31,6 @@ TEST(Api, TheLoadedLibraryHasTheHeadersVersion) {
               VELMO_UTIL_VERSION_STRING);
 }
 
-TEST(Api, AlignmentHelpersKeepTheirDistinctUnknownModes) {
-    EXPECT_EQ(enlargeWithNAligned(10, 1, 4, ALIGN_CEIL), 12);
-    EXPECT_EQ(enlargeWithNAligned(10, 1, 4, ALIGN_FLOOR), 8);
-    EXPECT_EQ(enlargeWithNAligned(10, 1, 4, static_cast<AlignMode>(3)), 0);
-    // The warp-grid twin rounds an unknown mode up.
-    EXPECT_EQ(VWMT::enlargeWithNAligned(10, 1, 4, static_cast<VWMT::AlignMode>(3)), 12);
-}
-
 TEST(Api, SizingLeavesTheCallersRecordsAloneAndLogsUnderTheLibraryModule) {
     Captured log;
     quentra::host::setLogSink(&capture, &log);
@@ -56,9 +48,6 @@ TEST(Api, SizingLeavesTheCallersRecordsAloneAndLogsUnderTheLibraryModule) {
     STEREO_KERNEL_GEN_SIZE_PROC_OUT_STRUCT perFrame{};
     EXPECT_EQ(GenSizeProc(perFrame, frame, in), static_cast<uint32_t>(GEN_SIZE_PASS));
     EXPECT_EQ(std::memcmp(&in, &before, sizeof in), 0);
-    // At zoom 1 the crop-mode-2 windows are the configured resizer windows.
-    EXPECT_EQ(perFrame.rrz_zoom_main.usage_w, first.main.rrz.usage_w);
-    EXPECT_EQ(perFrame.rrz_zoom_auxi.usage_h, first.auxi.rrz.usage_h);
     EXPECT_EQ(perFrame.zoom_constraint, first.zoom_constraint);
 
     quentra::host::setLogSink(nullptr, nullptr);

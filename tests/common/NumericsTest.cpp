@@ -2,8 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <limits>
+#include <tuple>
 
 #include "common/Numerics.h"
 #include "common/Trig.h"
@@ -47,9 +46,9 @@ TEST(Numerics, ConversionsFollowArm) {
     };
     for (const auto& c : cases) {
         const float f = opaque(static_cast<float>(c.value));
-        EXPECT_EQ(velmo::toInt32(f), c.asInt32) << c.value;
-        EXPECT_EQ(velmo::toInt32(opaque(c.value)), c.fromDouble) << c.value;
-        EXPECT_EQ(velmo::toUint32(f), c.asUint32) << c.value;
+        EXPECT_EQ(std::make_tuple(velmo::toInt32(f), velmo::toInt32(opaque(c.value)), velmo::toUint32(f)),
+                  std::make_tuple(c.asInt32, c.fromDouble, c.asUint32))
+            << c.value;
     }
 }
 
@@ -70,13 +69,6 @@ TEST(Numerics, RoundingAndAlignment) {
     EXPECT_EQ(velmo::alignUp(5, 0), 0u);
     EXPECT_EQ(velmo::alignDown(127, 64), 64u);
     EXPECT_EQ(velmo::alignRound(96, 64), 128u);
-}
-
-TEST(Numerics, NanPrintsTheSameOnEveryArchitecture) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%f %f", velmo::printable(-std::numeric_limits<double>::quiet_NaN()),
-                  velmo::printable(-1.5));
-    EXPECT_STREQ(text, "nan -1.500000");
 }
 
 TEST(Numerics, FloatTrigIsTheDoubleTrigRounded) {

@@ -22,17 +22,9 @@
 namespace velmo {
 namespace testing {
 
+// Field of view 90 x 90 degrees; a 4000 x 3000 array read whole, unbinned.
 inline STEREO_KERNEL_GEN_SIZE_SENSOR_STRUCT plainSensor() {
-    STEREO_KERNEL_GEN_SIZE_SENSOR_STRUCT s{};
-    s.fov_w = 90.0f;
-    s.fov_h = 90.0f;
-    s.pixel_array_width = 4000;
-    s.pixel_array_height = 3000;
-    s.sensor_size_w0 = 4000;
-    s.sensor_size_h0 = 3000;
-    s.sensor_scale_w = 4000;
-    s.sensor_scale_h = 3000;
-    return s;
+    return {90.0f, 90.0f, 4000, 3000, 0, 0, 4000, 3000, 4000, 3000, 0, 0, 0, 0, 0, 0, 0, 0};
 }
 
 inline STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT plainConfig() {
@@ -66,33 +58,18 @@ inline STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT plainConfig() {
 // A dual 12 MP module (main with OIS) with 16:9 output and a 640 x 360 depth
 // map; passes GenSizeInit in both features.
 inline STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT dualTwelveMegapixel(int32_t featureWord) {
-    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT in{};
+    STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT in = plainConfig();
     in.sensor_main = {78.0f, 63.0f, 4000, 3000, 0, 0, 4000, 3000, 4000, 3000, 0, 0, 0, 0, 0, 1, 0, 0};
     in.sensor_auxi = {80.0f, 65.0f, 4000, 3000, 0, 0, 4000, 3000, 4000, 3000, 0, 0, 0, 0, 0, 0, 0, 0};
     in.feature_mode = featureWord;
-    in.rrz_output_main_w = 1920;
-    in.rrz_output_main_h = 1080;
     in.p1_fe_main_w = 1280;  // SAT derives the same 640 x 360 depth size from it
     in.p1_fe_main_h = 720;
-    in.dpe_w = 640;
-    in.dpe_h = 360;
     in.dpe_w_rot = 360;
     in.dpe_h_rot = 640;
     in.module_variation = 1.0f;
     in.focal_length = 4.5f;
-    in.baseline = 12.0f;
-    in.cell_size = 1.0f;
-    in.dpe_cand_num = 32;
-    in.align_wpe_in_w = 64;
-    in.align_wpe_out_w = 64;
-    in.align_dpe_in_w = 16;
-    in.align_dpe_out_w = 64;
     in.align_ai_depth_in_w = 16;
-    in.align_ai_depth_in_h = 16;
-    in.align_gpu_in_w = 64;
     in.align_gpu_in_h = 2;
-    in.align_fe_in_w = 16;
-    in.align_fe_in_h = 16;
     return in;
 }
 
