@@ -82,7 +82,8 @@ struct Frame {
 // 660 x 480 source of a 640 x 480 output, re-centred by (660 - 640) / 2 = 10
 // pixels: 5112 i + 320 and 3832 j; a shake of 4.4 pixels adds 140.8 -> 141.
 // Backward is the inverse: (159.75 i - 4.4) x 32 = 5112 i - 140.8 -> -141; at
-// node 0 the final copy re-rounds -141 + 0.5 toward zero to -140.
+// node 0 the final copy re-rounds -141 + 0.5 toward zero to -140. A vertical
+// module whose rotated image is the source needs no padding: the same grid.
 TEST(OisFrame, FramesWorkedByHand) {
     const struct {
         VWMT_DIRECTION dir;
@@ -92,7 +93,8 @@ TEST(OisFrame, FramesWorkedByHand) {
     } cases[] = {{VWMT_DIRECTION_FORWARD, 660, 640, 480, 0.0, 320, 0, 0},
                  {VWMT_DIRECTION_FORWARD, 660, 640, 480, 10.0, 320, 141, 141},
                  {VWMT_DIRECTION_BACKWARD, 640, 300, 200, 0.0, 0, 0, 0},
-                 {VWMT_DIRECTION_BACKWARD, 640, 300, 200, 10.0, 0, -140, -141}};
+                 {VWMT_DIRECTION_BACKWARD, 640, 300, 200, 10.0, 0, -140, -141},
+                 {VWMT_DIRECTION_BACKWARD_VERTICAL, 640, 640, 480, 10.0, 0, -140, -141}};
     for (const auto& c : cases) {
         Frame f(6, 5, 1, 8, 5);
         f.geometry(c.srcW, c.rotW, c.rotH, 0.0f, c.dir);

@@ -116,22 +116,25 @@ TEST_F(Transform, ConstructorOffsetMovesTheVectorsUnscaled) {
 
 // Content 6 x 6 has more triangles than the 3 x 3 mesh, so nothing spills
 // into arrays 14 to 16; the backward transform alone uses arrays 3 and 4, and
-// a full vector grid needs none of arrays 20 to 24.
+// a full vector grid needs none of arrays 20 to 24. The rotated image is 40
+// rows taller than the source: the backward canvas pads 20 rows above and
+// below, which must not spill into array 24 just before the canvas (0x3F
+// bytes make a float small enough to show a stray shift).
 TEST_F(Transform, ArraysOutsideTheStepsStayUntouched) {
-    for (VWMT_DIRECTION dir : {VWMT_DIRECTION_FORWARD, VWMT_DIRECTION_BACKWARD}) {
+    for (VWMT_DIRECTION dir : {VWMT_DIRECTION_FORWARD, VWMT_DIRECTION_BACKWARD_VERTICAL}) {
         TransformRig rig(3, 3, 6, 6, dir, 0.0f);
-        std::memset(rig.buffer(), 0x7F, rig.bufferBytes());
+        std::memset(rig.buffer(), 0x3F, rig.bufferBytes());
         rig.x().assign(9, 1.5);
         const ImgSizeDescription d = frameGeometry({0, 0, 0, 0}, {640, 480});
-        const GridFromOisParam g = gridParam({640, 480}, {0, 0}, {640, 480}, 0.0f);
+        const GridFromOisParam g = gridParam({640, 480}, {0, 0}, {640, 520}, 0.0f);
         if (dir == VWMT_DIRECTION_FORWARD) rig.forward(d, g);
-        if (dir == VWMT_DIRECTION_BACKWARD) rig.backward(d, g, dir);
+        if (dir != VWMT_DIRECTION_FORWARD) rig.backward(d, g, dir);
         for (int array : {3, 4, 14, 15, 16, 20, 21, 22, 23, 24}) {
-            if (array < 5 && dir == VWMT_DIRECTION_BACKWARD) continue;
+            if (array < 5 && dir != VWMT_DIRECTION_FORWARD) continue;
             const std::vector<uint8_t> bytes = rig.read<uint8_t>(array, rig.carve().bytes[array]);
-            EXPECT_EQ(bytes, std::vector<uint8_t>(bytes.size(), 0x7F)) << "dir " << dir << " array " << array;
+            EXPECT_EQ(bytes, std::vector<uint8_t>(bytes.size(), 0x3F)) << "dir " << dir << " array " << array;
         }
-        EXPECT_NE(rig.read<uint8_t>(18, 1)[0], 0x7F);
+        EXPECT_NE(rig.read<uint8_t>(18, 1)[0], 0x3F);
     }
 }
 
@@ -207,19 +210,22 @@ TEST_F(Transform, BackwardPaddingCentresTheSourceInTheRotatedCanvas) {
 // A 2 x 2 content grid over a 2 x 2 output: the query points are the pixel
 // centres (0.5, 0.5) ... (1.5, 1.5); with the mesh on those points each node
 // reads its own value exactly, and the grid holds (value - 0.5) x 32, halves
-// away from zero.
+// away from zero. With OIS off the mesh is the content's, so even a vector
+// grid of one row serves.
 TEST_F(Transform, FinalRoundingIsHalfAwayFromZeroAfterTheCornerShift) {
-    TransformRig rig(2, 2, 2, 2, VWMT_DIRECTION_FORWARD, 0.0f);
-    rig.write(13, std::vector<int>{0, 2, 1, 1, 2, 3});
-    std::vector<float> vertices = {0.5f, 0.5f, 1.5f, 0.5f, 0.5f, 1.5f, 1.5f, 1.5f};
-    std::vector<float> values = {0.0f, -0.015625f, 1.0f, 0.515625f, 0.484375f, 0.5f, -1.0f, 100.0f};
-    std::vector<float> queries(8, 0.0f);
-    std::vector<int> gx(4, 7), gy(4, 7);
-    rig.trans().warpMapTransformation_byMeshOpt(gx.data(), gy.data(), vertices.data(), values.data(), queries.data(),
-                                                nullptr, 2, 2, gridParam({2, 2}, {0, 0}, {2, 2}, 0.0f));
-    EXPECT_EQ(gx, std::vector<int>({-16, 16, -1, -48}));
-    EXPECT_EQ(gy, std::vector<int>({-17, 1, 0, 3184}));
-    EXPECT_EQ(queries, vertices);
+    for (int isOisOn : {1, 0}) {
+        TransformRig rig(isOisOn ? 2 : 3, isOisOn ? 2 : 1, 2, 2, VWMT_DIRECTION_FORWARD, 0.0f, isOisOn);
+        rig.write(13, std::vector<int>{0, 2, 1, 1, 2, 3});
+        std::vector<float> vertices = {0.5f, 0.5f, 1.5f, 0.5f, 0.5f, 1.5f, 1.5f, 1.5f};
+        std::vector<float> values = {0.0f, -0.015625f, 1.0f, 0.515625f, 0.484375f, 0.5f, -1.0f, 100.0f};
+        std::vector<float> queries(8, 0.0f);
+        std::vector<int> gx(4, 7), gy(4, 7);
+        rig.trans().warpMapTransformation_byMeshOpt(gx.data(), gy.data(), vertices.data(), values.data(),
+                                                    queries.data(), nullptr, 2, 2, gridParam({2, 2}, {0, 0}, {2, 2}, 0.0f));
+        EXPECT_EQ(gx, std::vector<int>({-16, 16, -1, -48})) << isOisOn;
+        EXPECT_EQ(gy, std::vector<int>({-17, 1, 0, 3184})) << isOisOn;
+        EXPECT_EQ(queries, vertices);
+    }
 }
 
 TEST_F(Transform, RefusesWithOneLineAndNoWrite) {
@@ -284,6 +290,70 @@ TEST_F(Transform, FramesMakeNoHeapAllocation) {
             gCountAllocations = false;
             EXPECT_EQ(gAllocations, 0) << "dir " << dir << " angle " << angle;
         }
+    }
+}
+
+// The backward fix-up brings the rotated size back to the source scale,
+// (rot x src) / rz in 32-bit integers, exchanging it for a vertical module at
+// a quarter turn; dir 2 drops the rotation. P1 and the source stay as given.
+TEST_F(Transform, BackwardFixupRotatedSize) {
+    const struct {
+        VWMT_DIRECTION dir;
+        VWMTSize src, rz, rot;
+        float angle;
+        VWMTSize wantRot;
+        float wantAngle;
+    } cases[] = {
+        {VWMT_DIRECTION_BACKWARD, {1920, 1080}, {0, 0}, {1080, 1920}, 90.0f, {1920, 1080}, 0.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {1920, 1080}, {0, 0}, {1000, 600}, 270.0f, {600, 1000}, 270.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {1920, 1080}, {0, 0}, {1000, 600}, -90.0f, {600, 1000}, -90.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {1920, 1080}, {0, 0}, {1000, 600}, 180.0f, {1000, 600}, 180.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {1920, 1080}, {0, 0}, {1000, 600}, 90.5f, {1000, 600}, 90.5f},
+        // rz width 0, height not: the exchange branch, no division.
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {1920, 1080}, {0, 540}, {1000, 600}, 90.0f, {600, 1000}, 90.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {4000, 3000}, {2000, 1500}, {1000, 500}, 90.0f, {2000, 1000}, 90.0f},
+        // Product before division: 3 x 5 / 2 = 7, not 3 x (5 / 2) = 6.
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {5, 5}, {2, 2}, {3, 3}, 0.0f, {7, 7}, 0.0f},
+        {VWMT_DIRECTION_BACKWARD, {5, 5}, {2, 2}, {3, 3}, 90.0f, {12, 12}, 0.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {1920, 1080}, {960, 0}, {1000, 600}, 0.0f, {2000, 0}, 0.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {-7, 7}, {2, 2}, {1, 1}, 0.0f, {-3, 3}, 0.0f},
+        // 70000 x 70000 wraps to 605032704 in 32 bits.
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {70000, 1}, {1, 1}, {70000, 1}, 0.0f, {605032704, 1}, 0.0f},
+    };
+    VectWarpMapTrans trans(4, 4, 1);
+    for (const auto& c : cases) {
+        ImgSizeDescription d = frameGeometry({0, 0, 0, 0}, {777, 555});
+        GridFromOisParam g = gridParam(c.src, c.rz, c.rot, c.angle);
+        trans.hack_backward_configuration(d, g, c.dir);
+        EXPECT_EQ(std::vector<float>({float(g.rotImg.size.w), float(g.rotImg.size.h), float(d.p1Resize.w),
+                                      float(g.srcImg.size.w), g.rotAngle}),
+                  std::vector<float>({float(c.wantRot.w), float(c.wantRot.h), 777, float(c.src.w), c.wantAngle}))
+            << "dir " << c.dir << " src " << c.src.w << " rz " << c.rz.w << "x" << c.rz.h << " angle " << c.angle;
+    }
+}
+
+// n vectors lie at i * a / (n - 1) (integer division) and are re-sampled at
+// i * b / (n - 1) + c; more vectors than mesh rows are refused.
+TEST_F(Transform, ColumnResampledOverTheCrop) {
+    const struct {
+        int n, a, c, b;
+        std::vector<float> in, want;
+    } cases[] = {
+        {3, 4000, 1000, 2000, {0, 0, 10, 20, 30, 40}, {5, 10, 10, 20, 20, 30}},
+        {3, 4000, 0, 4000, {1, 2, 3, 4, 5, 6}, {1, 2, 3, 4, 5, 6}},
+        // Samples at 0, 3, 6, 10 (truncated); queries at 0, 1, 2, 3.
+        {4, 10, 0, 3, {0, 0, 3, 30, 6, 60, 10, 100}, {0, 0, 1, 10, 2, 20, 3, 30}},
+        {2, 100, -50, 300, {1, 2, 5, 6}, {1, 2, 5, 6}},  // outside clamps
+        {2, 100, 25, 50, {0, 0, 100, 200}, {25, 50, 75, 150}},
+        {100, 10, 0, 10, std::vector<float>(200, 1.0f), std::vector<float>(200, -1.0f)},
+    };
+    TransformRig rig(1, 4, 4, 4, VWMT_DIRECTION_FORWARD, 0.0f);
+    for (const auto& c : cases) {
+        std::vector<float> in = c.in, out(c.want.size(), -1.0f);
+        logs_.clear();
+        rig.trans().resampleVectorWithImageCropping_OneDimension(out.data(), in.data(), c.n, c.a, c.c, c.b);
+        EXPECT_EQ(out, c.want) << c.n << " " << c.c;
+        EXPECT_EQ(logs_.texts().size(), c.n > 4 ? 1u : 0u) << c.n;
     }
 }
 

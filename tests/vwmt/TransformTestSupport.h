@@ -130,19 +130,20 @@ inline GridFromOisParam gridParam(VWMTSize src, VWMTSize rz, VWMTSize rot, float
     return g;
 }
 
-// An OIS-on transformer sized for one frame by updateVectSize, with its
-// working buffer carved.
+// A transformer sized for one frame by updateVectSize, with its working
+// buffer carved; with OIS off the mesh takes the content size.
 class TransformRig {
 public:
-    TransformRig(int vectW, int vectH, int contentW, int contentH, VWMT_DIRECTION dir, float angle)
-        : trans_(vectW, vectH, 1), x_(size_t(vectW) * vectH, 0.0), y_(x_) {
+    TransformRig(int vectW, int vectH, int contentW, int contentH, VWMT_DIRECTION dir, float angle, int isOisOn = 1)
+        : trans_(vectW, vectH, isOisOn), x_(size_t(vectW) * vectH, 0.0), y_(x_) {
         VWMTInput in = makeInput(vectW, vectH, dir, contentW, contentH, std::max(contentW, contentH), angle);
         in.inOisX = x_.data();
         in.inOisY = y_.data();
         trans_.updateVectSize(in);
-        if (dir == 1 && (angle == 90.0f || angle == 270.0f)) std::swap(contentW, contentH);
+        if (isOisOn && dir == 1 && (angle == 90.0f || angle == 270.0f)) std::swap(contentW, contentH);
         contentCount_ = size_t(contentW) * contentH;
-        carve_ = documentedCarve(vectW, vectH, vectW == 1 ? 2 : vectW, vectH, contentW, contentH);
+        carve_ = isOisOn ? documentedCarve(vectW, vectH, vectW == 1 ? 2 : vectW, vectH, contentW, contentH)
+                         : documentedCarve(vectW, vectH, contentW, contentH, contentW, contentH);
         work_.assign(size_t(trans_.getWorkingBufferSize()) / 4 + 1, 0u);
         trans_.setWorkingBuffer(buffer());
     }
