@@ -138,71 +138,56 @@ TEST_F(Transform, ArraysOutsideTheStepsStayUntouched) {
     }
 }
 
-// Square 401 x 401 image, nodes every 100 pixels: at 90 degrees node (i, j)
-// reads the source at (100 j, 400 - 100 i); at 180 at (400 - 100 i, 400 - 100 j).
-TEST_F(Transform, ForwardQuarterTurnMapsColumnsOntoRows) {
+// Node (i, j) of the content grid sits at (sx i - px, sy j - py) on the
+// source and reads it turned by `turn` about the source centre ((w - 1) / 2,
+// (h - 1) / 2). Forward: the rotated image is the source. Backward: right
+// angles leave the turn to the grid writer, other angles turn the pixel
+// centres; a rotated canvas wider than the source (dir 1, no resize) is
+// padded by (rot - src) / 2 on each side, truncated toward zero (41 / 2 = 20,
+// -41 / 2 = -20) except off the right angles (20.5 at 442 wide and 30 degrees).
+TEST_F(Transform, RotationsTurnTheNodesAboutTheSourceCentre) {
     const struct {
-        float angle;
-        int xi, xj, x0, yi, yj, y0;  // source = (xi i + xj j + x0, yi i + yj j + y0) x 100
-    } cases[] = {{90.0f, 0, 1, 0, -1, 0, 4}, {180.0f, -1, 0, 4, 0, -1, 4}, {-90.0f, 0, -1, 4, 1, 0, 0}};
+        VWMT_DIRECTION dir;
+        float angle, turn;
+        int contentW, contentH, srcW, srcH, rotW, rotH;
+        double sx, sy, px, py;
+    } cases[] = {
+        {VWMT_DIRECTION_FORWARD, 90.0f, 90.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_FORWARD, 180.0f, 180.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_FORWARD, -90.0f, -90.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 0.0f, 0.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 90.0f, 0.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 180.0f, 0.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 270.0f, 0.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, -90.0f, 0.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 45.0f, 45.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, -30.0f, -30.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 90.5f, 90.5f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 0.0f, 0.0f, 4, 3, 401, 301, 442, 301, 147, 150, 20, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 0.0f, 0.0f, 4, 3, 401, 301, 360, 301, 359.0 / 3, 150, -20, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 0.0f, 0.0f, 4, 3, 401, 301, 401, 301, 400.0 / 3, 150, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 0.0f, 0.0f, 4, 3, 401, 301, 401, 336, 400.0 / 3, 167.5, 0, 17},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 30.0f, 30.0f, 4, 3, 401, 301, 442, 301, 147, 150, 20.5, 0},
+    };
     for (const auto& c : cases) {
-        TransformRig rig(4, 4, 5, 5, VWMT_DIRECTION_FORWARD, c.angle);
-        rig.forward(frameGeometry({0, 0, 0, 0}, {640, 480}), rotatedTo(401, 401, c.angle));
+        const bool forward = c.dir == VWMT_DIRECTION_FORWARD;
+        TransformRig rig(forward ? 4 : 3, forward ? 4 : 3, c.contentW, c.contentH, c.dir, c.angle);
+        if (forward) rig.forward(frameGeometry({0, 0, 0, 0}, {640, 480}), rotatedTo(c.rotW, c.rotH, c.angle));
+        if (!forward)
+            rig.backward(frameGeometry({0, 0, 0, 0}, {c.srcW, c.srcH}),
+                         gridParam({c.srcW, c.srcH}, {0, 0}, {c.rotW, c.rotH}, c.angle), c.dir);
+        const double s = std::sin(c.turn * kPi / 180.0), cs = std::cos(c.turn * kPi / 180.0);
+        const double cx = (c.srcW - 1) / 2.0, cy = (c.srcH - 1) / 2.0;
         const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
-        for (int k = 0; k < 25; ++k) {
-            const int i = k % 5, j = k / 5;
-            EXPECT_EQ(gx[k], fixed(100.0 * (c.xi * i + c.xj * j + c.x0))) << c.angle << " " << i << "," << j;
-            EXPECT_EQ(gy[k], fixed(100.0 * (c.yi * i + c.yj * j + c.y0))) << c.angle << " " << i << "," << j;
-        }
-    }
-}
-
-// Backward, source and rotated image 401 x 401, 5 x 5 nodes every 100 pixels,
-// no vectors. Right angles leave the nodes where they are (the grid writer
-// turns them); any other angle turns the pixel centres about the image centre
-// (200.5, 200.5).
-TEST_F(Transform, BackwardRightAnglesLeaveTheTurnToTheGridWriterOthersTurnThePixelCentres) {
-    for (float angle : {0.0f, 90.0f, 180.0f, 270.0f, -90.0f, 45.0f, -30.0f, 90.5f}) {
-        const bool right = std::fmod(angle, 90.0f) == 0.0f;
-        TransformRig rig(3, 3, 5, 5, VWMT_DIRECTION_BACKWARD_VERTICAL, angle);
-        rig.backward(frameGeometry({0, 0, 0, 0}, {401, 401}), gridParam({401, 401}, {0, 0}, {401, 401}, angle),
-                     VWMT_DIRECTION_BACKWARD_VERTICAL);
-        const double s = right ? 0.0 : std::sin(angle * kPi / 180.0), c = right ? 1.0 : std::cos(angle * kPi / 180.0);
-        const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
-        for (int k = 0; k < 25; ++k) {
-            const double dx = 100.0 * (k % 5) + 0.5 - 200.5, dy = 100.0 * (k / 5) + 0.5 - 200.5;
-            EXPECT_EQ(gx[k], fixed(200.5 + c * dx + s * dy - 0.5)) << angle << " node " << k;
-            EXPECT_EQ(gy[k], fixed(200.5 + c * dy - s * dx - 0.5)) << angle << " node " << k;
+        for (int k = 0; k < c.contentW * c.contentH; ++k) {
+            const double dx = c.sx * (k % c.contentW) - c.px - cx, dy = c.sy * (k / c.contentW) - c.py - cy;
+            EXPECT_EQ(gx[k], fixed(cx + cs * dx + s * dy)) << c.angle << " " << c.rotW << "x" << c.rotH << " node " << k;
+            EXPECT_EQ(gy[k], fixed(cy + cs * dy - s * dx)) << c.angle << " " << c.rotW << "x" << c.rotH << " node " << k;
         }
         // A turned map is left in array 6 and copied over the queries of array 5.
-        if (!right) {
-            EXPECT_EQ(rig.read<float>(5, 50), rig.read<float>(6, 50)) << angle;
-        }
-    }
-}
-
-// dir 1 without resize keeps the rotated size: the canvas is (rot - src) / 2
-// wider on each side, truncated toward zero (41 / 2 = 20, -41 / 2 = -20). Off
-// the right angles the offset stays fractional: with rot 442 the centres
-// start at -20.5 + 0.5, not -20 + 0.5, before the 30 degree turn.
-TEST_F(Transform, BackwardPaddingCentresTheSourceInTheRotatedCanvas) {
-    const struct {
-        int rotW, rotH;
-        float angle;
-        double stepX, padX, stepY, padY;
-    } cases[] = {{442, 301, 0.0f, 147.0, 20.0, 150.0, 0.0},       {360, 301, 0.0f, 359.0 / 3, -20.0, 150.0, 0.0},
-                 {401, 301, 0.0f, 400.0 / 3, 0.0, 150.0, 0.0},    {401, 336, 0.0f, 400.0 / 3, 0.0, 167.5, 17.0},
-                 {442, 301, 30.0f, 147.0, 20.5, 150.0, 0.0}};
-    for (const auto& c : cases) {
-        TransformRig rig(3, 3, 4, 3, VWMT_DIRECTION_BACKWARD_VERTICAL, c.angle);
-        rig.backward(frameGeometry({0, 0, 0, 0}, {401, 301}), gridParam({401, 301}, {0, 0}, {c.rotW, c.rotH}, c.angle),
-                     VWMT_DIRECTION_BACKWARD_VERTICAL);
-        const double s = std::sin(c.angle * kPi / 180.0), cs = std::cos(c.angle * kPi / 180.0);
-        const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
-        for (int k = 0; k < 12; ++k) {
-            const double dx = c.stepX * (k % 4) - c.padX - 200.0, dy = c.stepY * (k / 4) - c.padY - 150.0;
-            EXPECT_EQ(gx[k], fixed(200.0 + cs * dx + s * dy)) << c.rotW << "x" << c.rotH << " node " << k;
-            EXPECT_EQ(gy[k], fixed(150.0 + cs * dy - s * dx)) << c.rotW << "x" << c.rotH << " node " << k;
+        const size_t n = 2 * size_t(c.contentW) * c.contentH;
+        if (!forward && c.turn != 0.0f) {
+            EXPECT_EQ(rig.read<float>(5, n), rig.read<float>(6, n)) << c.angle;
         }
     }
 }
