@@ -15,6 +15,7 @@
 
 #include "vwmt/TransformTestSupport.h"
 #include "vwmt/CombWarpMapTrans.h"
+#include "vwmt/VectWarpMapTrans.h"
 #include "vwmt/MergeConversions.h"
 #include "vwmt/core/MemoryManager.h"
 #include "vwmt/core/MeshGridUtility.h"
@@ -102,11 +103,15 @@ TEST(CombWarpMapTransFormat, FixedPointToInterleavedPixels) {
     }
 }
 
+// Both mergers' five-argument builders put the corner nodes on the corner pixels.
 TEST(CombWarpMapTransMesh, UniformGridHasCornersOnTheCornerPixels) {
     CombWarpMapTrans comb;
-    std::vector<float> mesh(2 * 3 * 2, -1.0f);
+    VectWarpMapTrans trans(4, 4, 0);
+    std::vector<float> mesh(2 * 3 * 2, -1.0f), other(mesh);
     comb.createUniformMeshGrid(mesh.data(), 3, 2, 9, 5);
+    trans.createUniformMeshGrid(other.data(), 3, 2, 9, 5);
     EXPECT_EQ(mesh, (std::vector<float>{0, 0, 4, 0, 8, 0, 0, 4, 4, 4, 8, 4}));
+    EXPECT_EQ(other, mesh);
 }
 
 // OIS grid 3 x 2 over a 9 x 5 image: vertices v0..v5 at (0,0) (4,0) (8,0)
