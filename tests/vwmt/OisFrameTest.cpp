@@ -20,40 +20,19 @@ using namespace velmo::testing;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-// A transformer, its working buffer and one frame's vectors and planes.
-struct Frame {
-    Frame(int vectW, int vectH, int isOisOn, int side, int content)
-        : trans(vectW, vectH, isOisOn), planes(side), vx(size_t(vectW) * vectH, 0.0), vy(vx) {
-        in = makeInput(vectW, vectH, VWMT_DIRECTION_FORWARD, content, content, side, 0.0f);
-        in.inOisX = vx.data();
-        in.inOisY = vy.data();
-        ::testing::internal::GetCapturedStdout();  // the arena's usage print
+// Defaults and captured logs from before the transformer is built; the
+// arena's usage print is kept off the output.
+struct Quiet {
+    Quiet() { ::testing::internal::CaptureStdout(); }
+    TransformerGlobals globals;
+    LogCapture log;
+};
+
+// A vector of 10 sensor pixels, scaled by 0.88, moves the grid by 4.4.
+struct Frame : Quiet, FrameRig {
+    Frame(int vectW, int vectH, int isOisOn, int side, int content) : FrameRig(vectW, vectH, isOisOn, side, content) {
+        ::testing::internal::GetCapturedStdout();
         log.clear();
-    }
-    void carve() {
-        trans.updateVectSize(in);
-        work.assign(size_t(trans.getWorkingBufferSize()) / 4, 0x77777777u);
-        trans.setWorkingBuffer(reinterpret_cast<char*>(work.data()));
-    }
-    void run() {
-        VWMTOutput out = planes.record();
-        trans.oisVecToGrid(in, out);
-    }
-    // 1280 x 960 timing-generator crop resized to 640 x 480 in the front end;
-    // a vector of 10 sensor pixels, scaled by 0.88, moves the grid by 4.4.
-    void geometry(int srcW, int rotW, int rotH, float angle, VWMT_DIRECTION dir) {
-        ImgSizeDescription& d = in.imgSizeDesc;
-        d.sensorSize = d.binningSize = {1280, 960};
-        d.analogCrop = d.digitalCrop = d.tgCrop = {0, 0, 1280, 960};
-        d.p1Resize = {640, 480};
-        in.gridParam.srcImg.size = {srcW, 480};
-        in.gridParam.rotImg.size = {rotW, rotH};
-        in.gridParam.rotAngle = angle;
-        in.dir = dir;
-    }
-    void fillVectors(double x, double y) {
-        std::fill(vx.begin(), vx.end(), x);
-        std::fill(vy.begin(), vy.end(), y);
     }
     std::vector<std::string> errors() const {
         std::vector<std::string> found;
@@ -67,15 +46,6 @@ struct Frame {
             for (int i = 0; i < planes.side; ++i)
                 EXPECT_EQ(planes.X(i, j) != OutputPlanes::kUntouched, i < w && j < h) << what << " " << i << "," << j;
     }
-
-    TransformerGlobals globals;
-    LogCapture log;
-    bool stdoutCaptured = (::testing::internal::CaptureStdout(), true);
-    VectWarpMapTrans trans;
-    OutputPlanes planes;
-    std::vector<double> vx, vy;
-    std::vector<uint32_t> work;
-    VWMTInput in{};
 };
 
 // Nodes 159.75 i across and 119.75 j down. Forward: source positions in the
