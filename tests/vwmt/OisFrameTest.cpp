@@ -135,34 +135,47 @@ TEST(OisFrame, MeshSizesAcceptedAndRefused) {
     }
 }
 
-// Each spoils a frame that runs cleanly (4 x 4 vectors, content and buffer).
+// Each spoils a frame that runs cleanly (4 x 4 vectors, content and buffer),
+// given to oisVecToGrid (entry 0) or straight to the forward (1) or backward
+// (2) transform.
 TEST(OisFrame, BadFramesAreRefusedWithOneLineAndNoWrite) {
     const struct {
-        int isOisOn;
+        int entry, isOisOn;
         const char* needle;
         void (*spoil)(Frame&);
     } cases[] = {
-        {1, "is NULL", [](Frame& f) { f.in.inOisX = nullptr; }},
-        {1, "is NULL", [](Frame& f) { f.in.inOisY = nullptr; }},
-        {1, "vect_w(0) or vect_h(4) below 1", [](Frame& f) { f.in.vect_w = 0; }},
-        {1, "vect_w(4) or vect_h(-1) below 1", [](Frame& f) { f.in.vect_h = -1; }},
-        {1, "mesh(4, 1) or content(4, 4) too small", [](Frame& f) { f.in.vect_h = 1; }},
-        {1, "content(1, 4) too small", [](Frame& f) { f.in.gridParam.content_w = 1; }},
-        {1, "content(5, 4) larger than buffer(4, 4)", [](Frame& f) { f.in.gridParam.content_w = 5; }},
-        {1, "buffer size(0) below 1", [](Frame& f) { f.in.gridParam.buffer_size = 0; }},
-        {1, "working array 0 needs 160 bytes, 128 carved", [](Frame& f) { f.in.vect_w = 5; }},
-        {1, "needs 200 bytes, 128 carved",
+        {0, 1, "is NULL", [](Frame& f) { f.in.inOisX = nullptr; }},
+        {0, 1, "is NULL", [](Frame& f) { f.in.inOisY = nullptr; }},
+        {0, 1, "vect_w(0) or vect_h(4) below 1", [](Frame& f) { f.in.vect_w = 0; }},
+        {0, 1, "vect_w(4) or vect_h(-1) below 1", [](Frame& f) { f.in.vect_h = -1; }},
+        {0, 1, "mesh(4, 1) or content(4, 4) too small", [](Frame& f) { f.in.vect_h = 1; }},
+        {0, 1, "content(1, 4) too small", [](Frame& f) { f.in.gridParam.content_w = 1; }},
+        {0, 1, "content(5, 4) larger than buffer(4, 4)", [](Frame& f) { f.in.gridParam.content_w = 5; }},
+        {0, 1, "buffer size(0) below 1", [](Frame& f) { f.in.gridParam.buffer_size = 0; }},
+        {0, 1, "working array 0 needs 160 bytes, 128 carved", [](Frame& f) { f.in.vect_w = 5; }},
+        {0, 1, "needs 200 bytes, 128 carved",
          [](Frame& f) { f.in.gridParam.buffer_size = f.in.gridParam.content_w = f.in.gridParam.content_h = 5; }},
-        {1, "no working buffer set", [](Frame& f) { f.trans.setWorkingBuffer(nullptr); }},
+        {0, 1, "no working buffer set", [](Frame& f) { f.trans.setWorkingBuffer(nullptr); }},
         // With OIS off the vectors are not read, but the sizes still are.
-        {0, "vect_w(0) or vect_h(2) below 1", [](Frame& f) { f.in.vect_w = 0; }},
-        {0, "buffer size(-4) below 1", [](Frame& f) { f.in.gridParam.buffer_size = -4; }},
-        {0, "content(4, 7) larger than buffer(4, 4)", [](Frame& f) { f.in.gridParam.content_h = 7; }},
-        {0, "is NULL",
+        {0, 0, "vect_w(0) or vect_h(2) below 1", [](Frame& f) { f.in.vect_w = 0; }},
+        {0, 0, "buffer size(-4) below 1", [](Frame& f) { f.in.gridParam.buffer_size = -4; }},
+        {0, 0, "content(4, 7) larger than buffer(4, 4)", [](Frame& f) { f.in.gridParam.content_h = 7; }},
+        {0, 0, "is NULL",
          [](Frame& f) {
              VWMT::logLevel = 1;  // the dump reads the vectors
              f.in.inOisX = nullptr;
          }},
+        {1, 1, "no working buffer set", [](Frame& f) { f.trans.setWorkingBuffer(nullptr); }},
+        {1, 1, "is NULL", [](Frame& f) { f.in.inOisX = nullptr; }},
+        {1, 1, "is NULL", [](Frame& f) { f.in.inOisY = nullptr; }},
+        {2, 1, "is NULL", [](Frame& f) { f.in.inOisX = nullptr; }},
+        // Below two content nodes a side the mesh steps would divide by zero.
+        {2, 1, "content(1, 4) too small", [](Frame& f) {
+             f.in.gridParam.content_w = 1;
+             f.trans.updateVectSize(f.in);
+         }},
+        // With OIS off the mesh takes the content size, which is not the vector grid's.
+        {1, 0, "mesh(4, 4) does not match gridIn(2, 2)", [](Frame& f) { f.carve(); }},
     };
     for (const auto& c : cases) {
         Frame f(c.isOisOn ? 4 : 2, c.isOisOn ? 4 : 2, c.isOisOn, 6, 4);
@@ -170,16 +183,21 @@ TEST(OisFrame, BadFramesAreRefusedWithOneLineAndNoWrite) {
         f.geometry(640, 640, 480, 0.0f, c.isOisOn ? VWMT_DIRECTION_FORWARD : VWMT_DIRECTION_BACKWARD);
         if (c.isOisOn) f.carve();
         f.fillVectors(10.0, -3.0);
-        const std::vector<uint32_t> workBefore = f.work;
         c.spoil(f);
+        const std::vector<uint32_t> workBefore = f.work;
         f.log.clear();
-        f.run();
+        if (c.entry == 0) f.run();
+        if (c.entry == 1) f.trans.transformVectToWarpMap(f.in.inOisX, f.in.inOisY, f.in.imgSizeDesc, f.in.gridParam);
+        if (c.entry == 2)
+            f.trans.transformForwardVectToBackwardWarpMap(f.in.inOisX, f.in.inOisY, f.in.imgSizeDesc, f.in.gridParam,
+                                                          VWMT_DIRECTION_BACKWARD);
         const auto found = f.errors();
         ASSERT_EQ(found.size(), 1u) << c.needle;
         if (VWMT::logLevel == 0) {
             EXPECT_EQ(f.log.texts().size(), 1u) << c.needle;
         }
-        EXPECT_EQ(found[0].rfind("[VWMT][oisVecToGrid] Error: ", 0), 0u) << found[0];
+        const char* entries[] = {"oisVecToGrid", "transformVectToWarpMap", "transformForwardVectToBackwardWarpMap"};
+        EXPECT_EQ(found[0].rfind(std::string("[VWMT][") + entries[c.entry] + "] Error: ", 0), 0u) << found[0];
         EXPECT_NE(found[0].find(c.needle), std::string::npos) << found[0];
         EXPECT_TRUE(f.planes.untouched()) << c.needle;
         EXPECT_EQ(f.work, workBefore) << c.needle;

@@ -214,42 +214,10 @@ TEST_F(Transform, FinalRoundingIsHalfAwayFromZeroAfterTheCornerShift) {
     }
 }
 
-TEST_F(Transform, RefusesWithOneLineAndNoWrite) {
-    const struct {
-        int isOisOn, dir, content;
-        bool setBuffer, nullX, nullY;
-        const char* needle;
-    } cases[] = {
-        {1, 0, 3, false, false, false, "no working buffer set"},
-        {1, 0, 3, true, true, false, "is NULL"},
-        {1, 0, 3, true, false, true, "is NULL"},
-        // A stand-by mesh (28 x 28) does not match the 3 x 3 vector grid.
-        {0, 0, 3, true, false, false, "gridIn(3, 3)"},
-        {1, 2, 3, true, true, false, "is NULL"},
-        // Below two content nodes a side the mesh steps would divide by zero.
-        {1, 2, 1, true, false, false, "content(1, 3) too small"},
-    };
-    for (const auto& c : cases) {
-        VectWarpMapTrans trans(3, 3, c.isOisOn);
-        if (c.isOisOn) trans.updateVectSize(makeInput(3, 3, VWMT_DIRECTION(c.dir), c.content, 3, 3, 0.0f));
-        std::vector<uint32_t> work(size_t(trans.getWorkingBufferSize()) / 4 + 1, 0xA5A5A5A5u);
-        if (c.setBuffer) trans.setWorkingBuffer(reinterpret_cast<char*>(work.data()));
-        std::vector<double> x(9, 10.0), y(9, 10.0);
-        const ImgSizeDescription d = frameGeometry({0, 0, 0, 0}, {401, 301});
-        const GridFromOisParam g = gridParam({401, 301}, {0, 0}, {401, 301}, 0.0f);
-        logs_.clear();
-        if (c.dir == 0) trans.transformVectToWarpMap(c.nullX ? nullptr : x.data(), c.nullY ? nullptr : y.data(), d, g);
-        if (c.dir != 0)
-            trans.transformForwardVectToBackwardWarpMap(c.nullX ? nullptr : x.data(), y.data(), d, g, VWMT_DIRECTION(c.dir));
-        ASSERT_EQ(logs_.texts().size(), 1u) << c.needle;
-        const std::string fn = c.dir ? "[VWMT][transformForwardVectToBackwardWarpMap] Error: " : "[VWMT][transformVectToWarpMap] Error: ";
-        EXPECT_EQ(logs_.texts()[0].rfind(fn, 0), 0u) << logs_.texts()[0];
-        EXPECT_NE(logs_.texts()[0].find(c.needle), std::string::npos) << logs_.texts()[0];
-        EXPECT_EQ(work, std::vector<uint32_t>(work.size(), 0xA5A5A5A5u)) << c.needle;
-        EXPECT_EQ(x[0], 10.0) << "never scaled";
-    }
-    // The padding step alone refuses a grid larger than the content's 3 x 3
-    // cells of triangles, even by one column.
+// The padding step alone refuses a grid larger than the content's 3 x 3
+// cells of triangles, even by one column. (The transforms' own refusals are
+// in the whole-frame refusal table.)
+TEST_F(Transform, PaddingStepRefusesAGridBeyondTheContent) {
     std::vector<float> vertices(2 * 100, 0.0f), values(2 * 100, 1.0f), grid(2 * 100), out(2 * 100);
     TransformRig rig(3, 3, 4, 4, VWMT_DIRECTION_BACKWARD, 0.0f);
     for (int w : {10, 5}) {
