@@ -75,6 +75,10 @@ TEST(ResizeCropRotGrid, WorkedGeometries) {
          {-95, 128}, {-63, 96}, true},
         // 7 and 5 pixels; no weight plane to write.
         {"weight plane is optional", {8, 6, 0, 0, 0, 0, 0, 0, 0, 0, 0.0f, 2}, 2, 2, {0, 224}, {0, 160}, false},
+        // One rotated side 0 still counts as rotated: that side steps by
+        // (0 - 1) pixels, -32 + 0.5 truncated to -31.
+        {"rotated width 0", {8, 6, 0, 0, 0, 0, 0, 0, 0, 6, 0.0f, 2}, 2, 2, {0, -31}, {0, 160}, true},
+        {"rotated height 0", {8, 6, 0, 0, 0, 0, 0, 0, 8, 0, 0.0f, 2}, 2, 2, {0, 224}, {0, -31}, true},
     };
     for (const auto& c : cases) {
         Writer w(c.contentW, c.contentH, 7);

@@ -20,40 +20,19 @@ using namespace velmo::testing;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-// A transformer, its working buffer and one frame's vectors and planes.
-struct Frame {
-    Frame(int vectW, int vectH, int isOisOn, int side, int content)
-        : trans(vectW, vectH, isOisOn), planes(side), vx(size_t(vectW) * vectH, 0.0), vy(vx) {
-        in = makeInput(vectW, vectH, VWMT_DIRECTION_FORWARD, content, content, side, 0.0f);
-        in.inOisX = vx.data();
-        in.inOisY = vy.data();
-        ::testing::internal::GetCapturedStdout();  // the arena's usage print
+// Defaults and captured logs from before the transformer is built; the
+// arena's usage print is kept off the output.
+struct Quiet {
+    Quiet() { ::testing::internal::CaptureStdout(); }
+    TransformerGlobals globals;
+    LogCapture log;
+};
+
+// A vector of 10 sensor pixels, scaled by 0.88, moves the grid by 4.4.
+struct Frame : Quiet, FrameRig {
+    Frame(int vectW, int vectH, int isOisOn, int side, int content) : FrameRig(vectW, vectH, isOisOn, side, content) {
+        ::testing::internal::GetCapturedStdout();
         log.clear();
-    }
-    void carve() {
-        trans.updateVectSize(in);
-        work.assign(size_t(trans.getWorkingBufferSize()) / 4, 0x77777777u);
-        trans.setWorkingBuffer(reinterpret_cast<char*>(work.data()));
-    }
-    void run() {
-        VWMTOutput out = planes.record();
-        trans.oisVecToGrid(in, out);
-    }
-    // 1280 x 960 timing-generator crop resized to 640 x 480 in the front end;
-    // a vector of 10 sensor pixels, scaled by 0.88, moves the grid by 4.4.
-    void geometry(int srcW, int rotW, int rotH, float angle, VWMT_DIRECTION dir) {
-        ImgSizeDescription& d = in.imgSizeDesc;
-        d.sensorSize = d.binningSize = {1280, 960};
-        d.analogCrop = d.digitalCrop = d.tgCrop = {0, 0, 1280, 960};
-        d.p1Resize = {640, 480};
-        in.gridParam.srcImg.size = {srcW, 480};
-        in.gridParam.rotImg.size = {rotW, rotH};
-        in.gridParam.rotAngle = angle;
-        in.dir = dir;
-    }
-    void fillVectors(double x, double y) {
-        std::fill(vx.begin(), vx.end(), x);
-        std::fill(vy.begin(), vy.end(), y);
     }
     std::vector<std::string> errors() const {
         std::vector<std::string> found;
@@ -67,22 +46,14 @@ struct Frame {
             for (int i = 0; i < planes.side; ++i)
                 EXPECT_EQ(planes.X(i, j) != OutputPlanes::kUntouched, i < w && j < h) << what << " " << i << "," << j;
     }
-
-    TransformerGlobals globals;
-    LogCapture log;
-    bool stdoutCaptured = (::testing::internal::CaptureStdout(), true);
-    VectWarpMapTrans trans;
-    OutputPlanes planes;
-    std::vector<double> vx, vy;
-    std::vector<uint32_t> work;
-    VWMTInput in{};
 };
 
 // Nodes 159.75 i across and 119.75 j down. Forward: source positions in the
 // 660 x 480 source of a 640 x 480 output, re-centred by (660 - 640) / 2 = 10
 // pixels: 5112 i + 320 and 3832 j; a shake of 4.4 pixels adds 140.8 -> 141.
 // Backward is the inverse: (159.75 i - 4.4) x 32 = 5112 i - 140.8 -> -141; at
-// node 0 the final copy re-rounds -141 + 0.5 toward zero to -140.
+// node 0 the final copy re-rounds -141 + 0.5 toward zero to -140. A vertical
+// module whose rotated image is the source needs no padding: the same grid.
 TEST(OisFrame, FramesWorkedByHand) {
     const struct {
         VWMT_DIRECTION dir;
@@ -92,7 +63,8 @@ TEST(OisFrame, FramesWorkedByHand) {
     } cases[] = {{VWMT_DIRECTION_FORWARD, 660, 640, 480, 0.0, 320, 0, 0},
                  {VWMT_DIRECTION_FORWARD, 660, 640, 480, 10.0, 320, 141, 141},
                  {VWMT_DIRECTION_BACKWARD, 640, 300, 200, 0.0, 0, 0, 0},
-                 {VWMT_DIRECTION_BACKWARD, 640, 300, 200, 10.0, 0, -140, -141}};
+                 {VWMT_DIRECTION_BACKWARD, 640, 300, 200, 10.0, 0, -140, -141},
+                 {VWMT_DIRECTION_BACKWARD_VERTICAL, 640, 640, 480, 10.0, 0, -140, -141}};
     for (const auto& c : cases) {
         Frame f(6, 5, 1, 8, 5);
         f.geometry(c.srcW, c.rotW, c.rotH, 0.0f, c.dir);
@@ -163,34 +135,47 @@ TEST(OisFrame, MeshSizesAcceptedAndRefused) {
     }
 }
 
-// Each spoils a frame that runs cleanly (4 x 4 vectors, content and buffer).
+// Each spoils a frame that runs cleanly (4 x 4 vectors, content and buffer),
+// given to oisVecToGrid (entry 0) or straight to the forward (1) or backward
+// (2) transform.
 TEST(OisFrame, BadFramesAreRefusedWithOneLineAndNoWrite) {
     const struct {
-        int isOisOn;
+        int entry, isOisOn;
         const char* needle;
         void (*spoil)(Frame&);
     } cases[] = {
-        {1, "is NULL", [](Frame& f) { f.in.inOisX = nullptr; }},
-        {1, "is NULL", [](Frame& f) { f.in.inOisY = nullptr; }},
-        {1, "vect_w(0) or vect_h(4) below 1", [](Frame& f) { f.in.vect_w = 0; }},
-        {1, "vect_w(4) or vect_h(-1) below 1", [](Frame& f) { f.in.vect_h = -1; }},
-        {1, "mesh(4, 1) or content(4, 4) too small", [](Frame& f) { f.in.vect_h = 1; }},
-        {1, "content(1, 4) too small", [](Frame& f) { f.in.gridParam.content_w = 1; }},
-        {1, "content(5, 4) larger than buffer(4, 4)", [](Frame& f) { f.in.gridParam.content_w = 5; }},
-        {1, "buffer size(0) below 1", [](Frame& f) { f.in.gridParam.buffer_size = 0; }},
-        {1, "working array 0 needs 160 bytes, 128 carved", [](Frame& f) { f.in.vect_w = 5; }},
-        {1, "needs 200 bytes, 128 carved",
+        {0, 1, "is NULL", [](Frame& f) { f.in.inOisX = nullptr; }},
+        {0, 1, "is NULL", [](Frame& f) { f.in.inOisY = nullptr; }},
+        {0, 1, "vect_w(0) or vect_h(4) below 1", [](Frame& f) { f.in.vect_w = 0; }},
+        {0, 1, "vect_w(4) or vect_h(-1) below 1", [](Frame& f) { f.in.vect_h = -1; }},
+        {0, 1, "mesh(4, 1) or content(4, 4) too small", [](Frame& f) { f.in.vect_h = 1; }},
+        {0, 1, "content(1, 4) too small", [](Frame& f) { f.in.gridParam.content_w = 1; }},
+        {0, 1, "content(5, 4) larger than buffer(4, 4)", [](Frame& f) { f.in.gridParam.content_w = 5; }},
+        {0, 1, "buffer size(0) below 1", [](Frame& f) { f.in.gridParam.buffer_size = 0; }},
+        {0, 1, "working array 0 needs 160 bytes, 128 carved", [](Frame& f) { f.in.vect_w = 5; }},
+        {0, 1, "needs 200 bytes, 128 carved",
          [](Frame& f) { f.in.gridParam.buffer_size = f.in.gridParam.content_w = f.in.gridParam.content_h = 5; }},
-        {1, "no working buffer set", [](Frame& f) { f.trans.setWorkingBuffer(nullptr); }},
+        {0, 1, "no working buffer set", [](Frame& f) { f.trans.setWorkingBuffer(nullptr); }},
         // With OIS off the vectors are not read, but the sizes still are.
-        {0, "vect_w(0) or vect_h(2) below 1", [](Frame& f) { f.in.vect_w = 0; }},
-        {0, "buffer size(-4) below 1", [](Frame& f) { f.in.gridParam.buffer_size = -4; }},
-        {0, "content(4, 7) larger than buffer(4, 4)", [](Frame& f) { f.in.gridParam.content_h = 7; }},
-        {0, "is NULL",
+        {0, 0, "vect_w(0) or vect_h(2) below 1", [](Frame& f) { f.in.vect_w = 0; }},
+        {0, 0, "buffer size(-4) below 1", [](Frame& f) { f.in.gridParam.buffer_size = -4; }},
+        {0, 0, "content(4, 7) larger than buffer(4, 4)", [](Frame& f) { f.in.gridParam.content_h = 7; }},
+        {0, 0, "is NULL",
          [](Frame& f) {
              VWMT::logLevel = 1;  // the dump reads the vectors
              f.in.inOisX = nullptr;
          }},
+        {1, 1, "no working buffer set", [](Frame& f) { f.trans.setWorkingBuffer(nullptr); }},
+        {1, 1, "is NULL", [](Frame& f) { f.in.inOisX = nullptr; }},
+        {1, 1, "is NULL", [](Frame& f) { f.in.inOisY = nullptr; }},
+        {2, 1, "is NULL", [](Frame& f) { f.in.inOisX = nullptr; }},
+        // Below two content nodes a side the mesh steps would divide by zero.
+        {2, 1, "content(1, 4) too small", [](Frame& f) {
+             f.in.gridParam.content_w = 1;
+             f.trans.updateVectSize(f.in);
+         }},
+        // With OIS off the mesh takes the content size, which is not the vector grid's.
+        {1, 0, "mesh(4, 4) does not match gridIn(2, 2)", [](Frame& f) { f.carve(); }},
     };
     for (const auto& c : cases) {
         Frame f(c.isOisOn ? 4 : 2, c.isOisOn ? 4 : 2, c.isOisOn, 6, 4);
@@ -198,16 +183,21 @@ TEST(OisFrame, BadFramesAreRefusedWithOneLineAndNoWrite) {
         f.geometry(640, 640, 480, 0.0f, c.isOisOn ? VWMT_DIRECTION_FORWARD : VWMT_DIRECTION_BACKWARD);
         if (c.isOisOn) f.carve();
         f.fillVectors(10.0, -3.0);
-        const std::vector<uint32_t> workBefore = f.work;
         c.spoil(f);
+        const std::vector<uint32_t> workBefore = f.work;
         f.log.clear();
-        f.run();
+        if (c.entry == 0) f.run();
+        if (c.entry == 1) f.trans.transformVectToWarpMap(f.in.inOisX, f.in.inOisY, f.in.imgSizeDesc, f.in.gridParam);
+        if (c.entry == 2)
+            f.trans.transformForwardVectToBackwardWarpMap(f.in.inOisX, f.in.inOisY, f.in.imgSizeDesc, f.in.gridParam,
+                                                          VWMT_DIRECTION_BACKWARD);
         const auto found = f.errors();
         ASSERT_EQ(found.size(), 1u) << c.needle;
         if (VWMT::logLevel == 0) {
             EXPECT_EQ(f.log.texts().size(), 1u) << c.needle;
         }
-        EXPECT_EQ(found[0].rfind("[VWMT][oisVecToGrid] Error: ", 0), 0u) << found[0];
+        const char* entries[] = {"oisVecToGrid", "transformVectToWarpMap", "transformForwardVectToBackwardWarpMap"};
+        EXPECT_EQ(found[0].rfind(std::string("[VWMT][") + entries[c.entry] + "] Error: ", 0), 0u) << found[0];
         EXPECT_NE(found[0].find(c.needle), std::string::npos) << found[0];
         EXPECT_TRUE(f.planes.untouched()) << c.needle;
         EXPECT_EQ(f.work, workBefore) << c.needle;

@@ -18,46 +18,31 @@ extern thread_local char tempStrX[4096];
 
 namespace {
 
+using velmo::testing::FrameRig;
 using velmo::testing::OutputPlanes;
 using velmo::testing::TransformerGlobals;
-using velmo::testing::makeInput;
 
 constexpr int kThreads = 4;
 constexpr int kFrames = 6;
 
 // One camera's transformer with its own buffers; the frames differ per
 // camera by their shake.
-struct Camera {
-    explicit Camera(int index)
-        : trans(6, 5, 1), planes(8), vx(30, 2.5 * index), vy(30, -1.25 * index) {
-        in = makeInput(6, 5, index % 2 ? VWMT_DIRECTION_BACKWARD : VWMT_DIRECTION_FORWARD, 8, 8, 8,
-                       index % 3 ? 0.0f : 90.0f);
-        in.imgSizeDesc = velmo::testing::frameGeometry({0, 0, 0, 0}, {640, 480});
-        in.gridParam.srcImg.size = {660, 480};
-        in.gridParam.rotImg.size = {640, 480};
-        in.inOisX = vx.data();
-        in.inOisY = vy.data();
-        trans.updateVectSize(in);
-        work.assign(static_cast<size_t>(trans.getWorkingBufferSize()) / 4, 0u);
-        trans.setWorkingBuffer(reinterpret_cast<char*>(work.data()));
+struct Camera : FrameRig {
+    explicit Camera(int index) : FrameRig(6, 5, 1, 8, 8) {
+        geometry(660, 640, 480, index % 3 ? 0.0f : 90.0f, index % 2 ? VWMT_DIRECTION_BACKWARD : VWMT_DIRECTION_FORWARD);
+        fillVectors(2.5 * index, -1.25 * index);
+        carve();
     }
     // Runs the frames; false when the dump text is not this camera's.
     bool runFrames() {
         const std::string dump = "inOisX: " + std::to_string(static_cast<int>(vx[0])) + ",";
         bool ownDump = true;
         for (int f = 0; f < kFrames; ++f) {
-            VWMTOutput out = planes.record();
-            trans.oisVecToGrid(in, out);
+            run();
             ownDump = ownDump && std::strncmp(tempStrX, dump.c_str(), dump.size()) == 0;
         }
         return ownDump;
     }
-
-    VectWarpMapTrans trans;
-    OutputPlanes planes;
-    std::vector<double> vx, vy;
-    std::vector<uint32_t> work;
-    VWMTInput in{};
 };
 
 TEST(Threads, SeparateTransformersRunFramesAtOnce) {

@@ -3,7 +3,8 @@
 // uniform shift moves every node by the shift resized to the P1 scale, a
 // quarter turn maps node (i, j) onto (j, last - i). Backward (directions 1
 // and 2) inverts the displacement; right angles leave the rotation to the
-// grid writer, other angles rotate on the mesh.
+// grid writer, other angles rotate on the mesh. Also the backward geometry
+// fix-up and the one-dimensional vector resampling both transforms share.
 
 #include <gtest/gtest.h>
 
@@ -116,90 +117,78 @@ TEST_F(Transform, ConstructorOffsetMovesTheVectorsUnscaled) {
 
 // Content 6 x 6 has more triangles than the 3 x 3 mesh, so nothing spills
 // into arrays 14 to 16; the backward transform alone uses arrays 3 and 4, and
-// a full vector grid needs none of arrays 20 to 24.
+// a full vector grid needs none of arrays 20 to 24. The rotated image is 40
+// rows taller than the source: the backward canvas pads 20 rows above and
+// below, which must not spill into array 24 just before the canvas (0x3F
+// bytes make a float small enough to show a stray shift).
 TEST_F(Transform, ArraysOutsideTheStepsStayUntouched) {
-    for (VWMT_DIRECTION dir : {VWMT_DIRECTION_FORWARD, VWMT_DIRECTION_BACKWARD}) {
+    for (VWMT_DIRECTION dir : {VWMT_DIRECTION_FORWARD, VWMT_DIRECTION_BACKWARD_VERTICAL}) {
         TransformRig rig(3, 3, 6, 6, dir, 0.0f);
-        std::memset(rig.buffer(), 0x7F, rig.bufferBytes());
+        std::memset(rig.buffer(), 0x3F, rig.bufferBytes());
         rig.x().assign(9, 1.5);
         const ImgSizeDescription d = frameGeometry({0, 0, 0, 0}, {640, 480});
-        const GridFromOisParam g = gridParam({640, 480}, {0, 0}, {640, 480}, 0.0f);
+        const GridFromOisParam g = gridParam({640, 480}, {0, 0}, {640, 520}, 0.0f);
         if (dir == VWMT_DIRECTION_FORWARD) rig.forward(d, g);
-        if (dir == VWMT_DIRECTION_BACKWARD) rig.backward(d, g, dir);
+        if (dir != VWMT_DIRECTION_FORWARD) rig.backward(d, g, dir);
         for (int array : {3, 4, 14, 15, 16, 20, 21, 22, 23, 24}) {
-            if (array < 5 && dir == VWMT_DIRECTION_BACKWARD) continue;
+            if (array < 5 && dir != VWMT_DIRECTION_FORWARD) continue;
             const std::vector<uint8_t> bytes = rig.read<uint8_t>(array, rig.carve().bytes[array]);
-            EXPECT_EQ(bytes, std::vector<uint8_t>(bytes.size(), 0x7F)) << "dir " << dir << " array " << array;
+            EXPECT_EQ(bytes, std::vector<uint8_t>(bytes.size(), 0x3F)) << "dir " << dir << " array " << array;
         }
-        EXPECT_NE(rig.read<uint8_t>(18, 1)[0], 0x7F);
+        EXPECT_NE(rig.read<uint8_t>(18, 1)[0], 0x3F);
     }
 }
 
-// Square 401 x 401 image, nodes every 100 pixels: at 90 degrees node (i, j)
-// reads the source at (100 j, 400 - 100 i); at 180 at (400 - 100 i, 400 - 100 j).
-TEST_F(Transform, ForwardQuarterTurnMapsColumnsOntoRows) {
+// Node (i, j) of the content grid sits at (sx i - px, sy j - py) on the
+// source and reads it turned by `turn` about the source centre ((w - 1) / 2,
+// (h - 1) / 2). Forward: the rotated image is the source. Backward: right
+// angles leave the turn to the grid writer, other angles turn the pixel
+// centres; a rotated canvas wider than the source (dir 1, no resize) is
+// padded by (rot - src) / 2 on each side, truncated toward zero (41 / 2 = 20,
+// -41 / 2 = -20) except off the right angles (20.5 at 442 wide and 30 degrees).
+TEST_F(Transform, RotationsTurnTheNodesAboutTheSourceCentre) {
     const struct {
-        float angle;
-        int xi, xj, x0, yi, yj, y0;  // source = (xi i + xj j + x0, yi i + yj j + y0) x 100
-    } cases[] = {{90.0f, 0, 1, 0, -1, 0, 4}, {180.0f, -1, 0, 4, 0, -1, 4}, {-90.0f, 0, -1, 4, 1, 0, 0}};
+        VWMT_DIRECTION dir;
+        float angle, turn;
+        int contentW, contentH, srcW, srcH, rotW, rotH;
+        double sx, sy, px, py;
+    } cases[] = {
+        {VWMT_DIRECTION_FORWARD, 90.0f, 90.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_FORWARD, 180.0f, 180.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_FORWARD, -90.0f, -90.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 0.0f, 0.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 90.0f, 0.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 180.0f, 0.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 270.0f, 0.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, -90.0f, 0.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 45.0f, 45.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, -30.0f, -30.0f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 90.5f, 90.5f, 5, 5, 401, 401, 401, 401, 100, 100, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 0.0f, 0.0f, 4, 3, 401, 301, 442, 301, 147, 150, 20, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 0.0f, 0.0f, 4, 3, 401, 301, 360, 301, 359.0 / 3, 150, -20, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 0.0f, 0.0f, 4, 3, 401, 301, 401, 301, 400.0 / 3, 150, 0, 0},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 0.0f, 0.0f, 4, 3, 401, 301, 401, 336, 400.0 / 3, 167.5, 0, 17},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, 30.0f, 30.0f, 4, 3, 401, 301, 442, 301, 147, 150, 20.5, 0},
+    };
     for (const auto& c : cases) {
-        TransformRig rig(4, 4, 5, 5, VWMT_DIRECTION_FORWARD, c.angle);
-        rig.forward(frameGeometry({0, 0, 0, 0}, {640, 480}), rotatedTo(401, 401, c.angle));
+        const bool forward = c.dir == VWMT_DIRECTION_FORWARD;
+        TransformRig rig(forward ? 4 : 3, forward ? 4 : 3, c.contentW, c.contentH, c.dir, c.angle);
+        if (forward) rig.forward(frameGeometry({0, 0, 0, 0}, {640, 480}), rotatedTo(c.rotW, c.rotH, c.angle));
+        if (!forward)
+            rig.backward(frameGeometry({0, 0, 0, 0}, {c.srcW, c.srcH}),
+                         gridParam({c.srcW, c.srcH}, {0, 0}, {c.rotW, c.rotH}, c.angle), c.dir);
+        const double s = std::sin(c.turn * kPi / 180.0), cs = std::cos(c.turn * kPi / 180.0);
+        const double cx = (c.srcW - 1) / 2.0, cy = (c.srcH - 1) / 2.0;
         const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
-        for (int k = 0; k < 25; ++k) {
-            const int i = k % 5, j = k / 5;
-            EXPECT_EQ(gx[k], fixed(100.0 * (c.xi * i + c.xj * j + c.x0))) << c.angle << " " << i << "," << j;
-            EXPECT_EQ(gy[k], fixed(100.0 * (c.yi * i + c.yj * j + c.y0))) << c.angle << " " << i << "," << j;
-        }
-    }
-}
-
-// Backward, source and rotated image 401 x 401, 5 x 5 nodes every 100 pixels,
-// no vectors. Right angles leave the nodes where they are (the grid writer
-// turns them); any other angle turns the pixel centres about the image centre
-// (200.5, 200.5).
-TEST_F(Transform, BackwardRightAnglesLeaveTheTurnToTheGridWriterOthersTurnThePixelCentres) {
-    for (float angle : {0.0f, 90.0f, 180.0f, 270.0f, -90.0f, 45.0f, -30.0f, 90.5f}) {
-        const bool right = std::fmod(angle, 90.0f) == 0.0f;
-        TransformRig rig(3, 3, 5, 5, VWMT_DIRECTION_BACKWARD_VERTICAL, angle);
-        rig.backward(frameGeometry({0, 0, 0, 0}, {401, 401}), gridParam({401, 401}, {0, 0}, {401, 401}, angle),
-                     VWMT_DIRECTION_BACKWARD_VERTICAL);
-        const double s = right ? 0.0 : std::sin(angle * kPi / 180.0), c = right ? 1.0 : std::cos(angle * kPi / 180.0);
-        const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
-        for (int k = 0; k < 25; ++k) {
-            const double dx = 100.0 * (k % 5) + 0.5 - 200.5, dy = 100.0 * (k / 5) + 0.5 - 200.5;
-            EXPECT_EQ(gx[k], fixed(200.5 + c * dx + s * dy - 0.5)) << angle << " node " << k;
-            EXPECT_EQ(gy[k], fixed(200.5 + c * dy - s * dx - 0.5)) << angle << " node " << k;
+        for (int k = 0; k < c.contentW * c.contentH; ++k) {
+            const double dx = c.sx * (k % c.contentW) - c.px - cx, dy = c.sy * (k / c.contentW) - c.py - cy;
+            EXPECT_EQ(gx[k], fixed(cx + cs * dx + s * dy)) << c.angle << " " << c.rotW << "x" << c.rotH << " node " << k;
+            EXPECT_EQ(gy[k], fixed(cy + cs * dy - s * dx)) << c.angle << " " << c.rotW << "x" << c.rotH << " node " << k;
         }
         // A turned map is left in array 6 and copied over the queries of array 5.
-        if (!right) {
-            EXPECT_EQ(rig.read<float>(5, 50), rig.read<float>(6, 50)) << angle;
-        }
-    }
-}
-
-// dir 1 without resize keeps the rotated size: the canvas is (rot - src) / 2
-// wider on each side, truncated toward zero (41 / 2 = 20, -41 / 2 = -20). Off
-// the right angles the offset stays fractional: with rot 442 the centres
-// start at -20.5 + 0.5, not -20 + 0.5, before the 30 degree turn.
-TEST_F(Transform, BackwardPaddingCentresTheSourceInTheRotatedCanvas) {
-    const struct {
-        int rotW, rotH;
-        float angle;
-        double stepX, padX, stepY, padY;
-    } cases[] = {{442, 301, 0.0f, 147.0, 20.0, 150.0, 0.0},       {360, 301, 0.0f, 359.0 / 3, -20.0, 150.0, 0.0},
-                 {401, 301, 0.0f, 400.0 / 3, 0.0, 150.0, 0.0},    {401, 336, 0.0f, 400.0 / 3, 0.0, 167.5, 17.0},
-                 {442, 301, 30.0f, 147.0, 20.5, 150.0, 0.0}};
-    for (const auto& c : cases) {
-        TransformRig rig(3, 3, 4, 3, VWMT_DIRECTION_BACKWARD_VERTICAL, c.angle);
-        rig.backward(frameGeometry({0, 0, 0, 0}, {401, 301}), gridParam({401, 301}, {0, 0}, {c.rotW, c.rotH}, c.angle),
-                     VWMT_DIRECTION_BACKWARD_VERTICAL);
-        const double s = std::sin(c.angle * kPi / 180.0), cs = std::cos(c.angle * kPi / 180.0);
-        const std::vector<int32_t> gx = rig.gridX(), gy = rig.gridY();
-        for (int k = 0; k < 12; ++k) {
-            const double dx = c.stepX * (k % 4) - c.padX - 200.0, dy = c.stepY * (k / 4) - c.padY - 150.0;
-            EXPECT_EQ(gx[k], fixed(200.0 + cs * dx + s * dy)) << c.rotW << "x" << c.rotH << " node " << k;
-            EXPECT_EQ(gy[k], fixed(150.0 + cs * dy - s * dx)) << c.rotW << "x" << c.rotH << " node " << k;
+        const size_t n = 2 * size_t(c.contentW) * c.contentH;
+        if (!forward && c.turn != 0.0f) {
+            EXPECT_EQ(rig.read<float>(5, n), rig.read<float>(6, n)) << c.angle;
         }
     }
 }
@@ -207,57 +196,28 @@ TEST_F(Transform, BackwardPaddingCentresTheSourceInTheRotatedCanvas) {
 // A 2 x 2 content grid over a 2 x 2 output: the query points are the pixel
 // centres (0.5, 0.5) ... (1.5, 1.5); with the mesh on those points each node
 // reads its own value exactly, and the grid holds (value - 0.5) x 32, halves
-// away from zero.
+// away from zero. With OIS off the mesh is the content's, so even a vector
+// grid of one row serves.
 TEST_F(Transform, FinalRoundingIsHalfAwayFromZeroAfterTheCornerShift) {
-    TransformRig rig(2, 2, 2, 2, VWMT_DIRECTION_FORWARD, 0.0f);
-    rig.write(13, std::vector<int>{0, 2, 1, 1, 2, 3});
-    std::vector<float> vertices = {0.5f, 0.5f, 1.5f, 0.5f, 0.5f, 1.5f, 1.5f, 1.5f};
-    std::vector<float> values = {0.0f, -0.015625f, 1.0f, 0.515625f, 0.484375f, 0.5f, -1.0f, 100.0f};
-    std::vector<float> queries(8, 0.0f);
-    std::vector<int> gx(4, 7), gy(4, 7);
-    rig.trans().warpMapTransformation_byMeshOpt(gx.data(), gy.data(), vertices.data(), values.data(), queries.data(),
-                                                nullptr, 2, 2, gridParam({2, 2}, {0, 0}, {2, 2}, 0.0f));
-    EXPECT_EQ(gx, std::vector<int>({-16, 16, -1, -48}));
-    EXPECT_EQ(gy, std::vector<int>({-17, 1, 0, 3184}));
-    EXPECT_EQ(queries, vertices);
+    for (int isOisOn : {1, 0}) {
+        TransformRig rig(isOisOn ? 2 : 3, isOisOn ? 2 : 1, 2, 2, VWMT_DIRECTION_FORWARD, 0.0f, isOisOn);
+        rig.write(13, std::vector<int>{0, 2, 1, 1, 2, 3});
+        std::vector<float> vertices = {0.5f, 0.5f, 1.5f, 0.5f, 0.5f, 1.5f, 1.5f, 1.5f};
+        std::vector<float> values = {0.0f, -0.015625f, 1.0f, 0.515625f, 0.484375f, 0.5f, -1.0f, 100.0f};
+        std::vector<float> queries(8, 0.0f);
+        std::vector<int> gx(4, 7), gy(4, 7);
+        rig.trans().warpMapTransformation_byMeshOpt(gx.data(), gy.data(), vertices.data(), values.data(),
+                                                    queries.data(), nullptr, 2, 2, gridParam({2, 2}, {0, 0}, {2, 2}, 0.0f));
+        EXPECT_EQ(gx, std::vector<int>({-16, 16, -1, -48})) << isOisOn;
+        EXPECT_EQ(gy, std::vector<int>({-17, 1, 0, 3184})) << isOisOn;
+        EXPECT_EQ(queries, vertices);
+    }
 }
 
-TEST_F(Transform, RefusesWithOneLineAndNoWrite) {
-    const struct {
-        int isOisOn, dir, content;
-        bool setBuffer, nullX, nullY;
-        const char* needle;
-    } cases[] = {
-        {1, 0, 3, false, false, false, "no working buffer set"},
-        {1, 0, 3, true, true, false, "is NULL"},
-        {1, 0, 3, true, false, true, "is NULL"},
-        // A stand-by mesh (28 x 28) does not match the 3 x 3 vector grid.
-        {0, 0, 3, true, false, false, "gridIn(3, 3)"},
-        {1, 2, 3, true, true, false, "is NULL"},
-        // Below two content nodes a side the mesh steps would divide by zero.
-        {1, 2, 1, true, false, false, "content(1, 3) too small"},
-    };
-    for (const auto& c : cases) {
-        VectWarpMapTrans trans(3, 3, c.isOisOn);
-        if (c.isOisOn) trans.updateVectSize(makeInput(3, 3, VWMT_DIRECTION(c.dir), c.content, 3, 3, 0.0f));
-        std::vector<uint32_t> work(size_t(trans.getWorkingBufferSize()) / 4 + 1, 0xA5A5A5A5u);
-        if (c.setBuffer) trans.setWorkingBuffer(reinterpret_cast<char*>(work.data()));
-        std::vector<double> x(9, 10.0), y(9, 10.0);
-        const ImgSizeDescription d = frameGeometry({0, 0, 0, 0}, {401, 301});
-        const GridFromOisParam g = gridParam({401, 301}, {0, 0}, {401, 301}, 0.0f);
-        logs_.clear();
-        if (c.dir == 0) trans.transformVectToWarpMap(c.nullX ? nullptr : x.data(), c.nullY ? nullptr : y.data(), d, g);
-        if (c.dir != 0)
-            trans.transformForwardVectToBackwardWarpMap(c.nullX ? nullptr : x.data(), y.data(), d, g, VWMT_DIRECTION(c.dir));
-        ASSERT_EQ(logs_.texts().size(), 1u) << c.needle;
-        const std::string fn = c.dir ? "[VWMT][transformForwardVectToBackwardWarpMap] Error: " : "[VWMT][transformVectToWarpMap] Error: ";
-        EXPECT_EQ(logs_.texts()[0].rfind(fn, 0), 0u) << logs_.texts()[0];
-        EXPECT_NE(logs_.texts()[0].find(c.needle), std::string::npos) << logs_.texts()[0];
-        EXPECT_EQ(work, std::vector<uint32_t>(work.size(), 0xA5A5A5A5u)) << c.needle;
-        EXPECT_EQ(x[0], 10.0) << "never scaled";
-    }
-    // The padding step alone refuses a grid larger than the content's 3 x 3
-    // cells of triangles, even by one column.
+// The padding step alone refuses a grid larger than the content's 3 x 3
+// cells of triangles, even by one column. (The transforms' own refusals are
+// in the whole-frame refusal table.)
+TEST_F(Transform, PaddingStepRefusesAGridBeyondTheContent) {
     std::vector<float> vertices(2 * 100, 0.0f), values(2 * 100, 1.0f), grid(2 * 100), out(2 * 100);
     TransformRig rig(3, 3, 4, 4, VWMT_DIRECTION_BACKWARD, 0.0f);
     for (int w : {10, 5}) {
@@ -284,6 +244,70 @@ TEST_F(Transform, FramesMakeNoHeapAllocation) {
             gCountAllocations = false;
             EXPECT_EQ(gAllocations, 0) << "dir " << dir << " angle " << angle;
         }
+    }
+}
+
+// The backward fix-up brings the rotated size back to the source scale,
+// (rot x src) / rz in 32-bit integers, exchanging it for a vertical module at
+// a quarter turn; dir 2 drops the rotation. P1 and the source stay as given.
+TEST_F(Transform, BackwardFixupRotatedSize) {
+    const struct {
+        VWMT_DIRECTION dir;
+        VWMTSize src, rz, rot;
+        float angle;
+        VWMTSize wantRot;
+        float wantAngle;
+    } cases[] = {
+        {VWMT_DIRECTION_BACKWARD, {1920, 1080}, {0, 0}, {1080, 1920}, 90.0f, {1920, 1080}, 0.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {1920, 1080}, {0, 0}, {1000, 600}, 270.0f, {600, 1000}, 270.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {1920, 1080}, {0, 0}, {1000, 600}, -90.0f, {600, 1000}, -90.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {1920, 1080}, {0, 0}, {1000, 600}, 180.0f, {1000, 600}, 180.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {1920, 1080}, {0, 0}, {1000, 600}, 90.5f, {1000, 600}, 90.5f},
+        // rz width 0, height not: the exchange branch, no division.
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {1920, 1080}, {0, 540}, {1000, 600}, 90.0f, {600, 1000}, 90.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {4000, 3000}, {2000, 1500}, {1000, 500}, 90.0f, {2000, 1000}, 90.0f},
+        // Product before division: 3 x 5 / 2 = 7, not 3 x (5 / 2) = 6.
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {5, 5}, {2, 2}, {3, 3}, 0.0f, {7, 7}, 0.0f},
+        {VWMT_DIRECTION_BACKWARD, {5, 5}, {2, 2}, {3, 3}, 90.0f, {12, 12}, 0.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {1920, 1080}, {960, 0}, {1000, 600}, 0.0f, {2000, 0}, 0.0f},
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {-7, 7}, {2, 2}, {1, 1}, 0.0f, {-3, 3}, 0.0f},
+        // 70000 x 70000 wraps to 605032704 in 32 bits.
+        {VWMT_DIRECTION_BACKWARD_VERTICAL, {70000, 1}, {1, 1}, {70000, 1}, 0.0f, {605032704, 1}, 0.0f},
+    };
+    VectWarpMapTrans trans(4, 4, 1);
+    for (const auto& c : cases) {
+        ImgSizeDescription d = frameGeometry({0, 0, 0, 0}, {777, 555});
+        GridFromOisParam g = gridParam(c.src, c.rz, c.rot, c.angle);
+        trans.hack_backward_configuration(d, g, c.dir);
+        EXPECT_EQ(std::vector<float>({float(g.rotImg.size.w), float(g.rotImg.size.h), float(d.p1Resize.w),
+                                      float(g.srcImg.size.w), g.rotAngle}),
+                  std::vector<float>({float(c.wantRot.w), float(c.wantRot.h), 777, float(c.src.w), c.wantAngle}))
+            << "dir " << c.dir << " src " << c.src.w << " rz " << c.rz.w << "x" << c.rz.h << " angle " << c.angle;
+    }
+}
+
+// n vectors lie at i * a / (n - 1) (integer division) and are re-sampled at
+// i * b / (n - 1) + c; more vectors than mesh rows are refused.
+TEST_F(Transform, ColumnResampledOverTheCrop) {
+    const struct {
+        int n, a, c, b;
+        std::vector<float> in, want;
+    } cases[] = {
+        {3, 4000, 1000, 2000, {0, 0, 10, 20, 30, 40}, {5, 10, 10, 20, 20, 30}},
+        {3, 4000, 0, 4000, {1, 2, 3, 4, 5, 6}, {1, 2, 3, 4, 5, 6}},
+        // Samples at 0, 3, 6, 10 (truncated); queries at 0, 1, 2, 3.
+        {4, 10, 0, 3, {0, 0, 3, 30, 6, 60, 10, 100}, {0, 0, 1, 10, 2, 20, 3, 30}},
+        {2, 100, -50, 300, {1, 2, 5, 6}, {1, 2, 5, 6}},  // outside clamps
+        {2, 100, 25, 50, {0, 0, 100, 200}, {25, 50, 75, 150}},
+        {100, 10, 0, 10, std::vector<float>(200, 1.0f), std::vector<float>(200, -1.0f)},
+    };
+    TransformRig rig(1, 4, 4, 4, VWMT_DIRECTION_FORWARD, 0.0f);
+    for (const auto& c : cases) {
+        std::vector<float> in = c.in, out(c.want.size(), -1.0f);
+        logs_.clear();
+        rig.trans().resampleVectorWithImageCropping_OneDimension(out.data(), in.data(), c.n, c.a, c.c, c.b);
+        EXPECT_EQ(out, c.want) << c.n << " " << c.c;
+        EXPECT_EQ(logs_.texts().size(), c.n > 4 ? 1u : 0u) << c.n;
     }
 }
 

@@ -76,6 +76,47 @@ struct OutputPlanes {
     std::vector<int32_t> x, y, weight;
 };
 
+// One frame through oisVecToGrid: a transformer, its working buffer, the
+// caller's vectors and the output planes.
+struct FrameRig {
+    FrameRig(int vectW, int vectH, int isOisOn, int side, int content)
+        : trans(vectW, vectH, isOisOn), planes(side), vx(size_t(vectW) * vectH, 0.0), vy(vx),
+          in(makeInput(vectW, vectH, VWMT_DIRECTION_FORWARD, content, content, side, 0.0f)) {
+        in.inOisX = vx.data();
+        in.inOisY = vy.data();
+    }
+    void carve() {
+        trans.updateVectSize(in);
+        work.assign(size_t(trans.getWorkingBufferSize()) / 4, 0x77777777u);
+        trans.setWorkingBuffer(reinterpret_cast<char*>(work.data()));
+    }
+    void run() {
+        VWMTOutput out = planes.record();
+        trans.oisVecToGrid(in, out);
+    }
+    // 1280 x 960 timing-generator crop resized to 640 x 480 in the front end.
+    void geometry(int srcW, int rotW, int rotH, float angle, VWMT_DIRECTION dir) {
+        ImgSizeDescription& d = in.imgSizeDesc;
+        d.sensorSize = d.binningSize = {1280, 960};
+        d.analogCrop = d.digitalCrop = d.tgCrop = {0, 0, 1280, 960};
+        d.p1Resize = {640, 480};
+        in.gridParam.srcImg.size = {srcW, 480};
+        in.gridParam.rotImg.size = {rotW, rotH};
+        in.gridParam.rotAngle = angle;
+        in.dir = dir;
+    }
+    void fillVectors(double x, double y) {
+        std::fill(vx.begin(), vx.end(), x);
+        std::fill(vy.begin(), vy.end(), y);
+    }
+
+    VectWarpMapTrans trans;
+    OutputPlanes planes;
+    std::vector<double> vx, vy;
+    VWMTInput in;
+    std::vector<uint32_t> work;
+};
+
 // Byte offset and size of every working array, carved back to back in the
 // documented order with the documented sizes.
 struct Carve {
@@ -130,19 +171,20 @@ inline GridFromOisParam gridParam(VWMTSize src, VWMTSize rz, VWMTSize rot, float
     return g;
 }
 
-// An OIS-on transformer sized for one frame by updateVectSize, with its
-// working buffer carved.
+// A transformer sized for one frame by updateVectSize, with its working
+// buffer carved; with OIS off the mesh takes the content size.
 class TransformRig {
 public:
-    TransformRig(int vectW, int vectH, int contentW, int contentH, VWMT_DIRECTION dir, float angle)
-        : trans_(vectW, vectH, 1), x_(size_t(vectW) * vectH, 0.0), y_(x_) {
+    TransformRig(int vectW, int vectH, int contentW, int contentH, VWMT_DIRECTION dir, float angle, int isOisOn = 1)
+        : trans_(vectW, vectH, isOisOn), x_(size_t(vectW) * vectH, 0.0), y_(x_) {
         VWMTInput in = makeInput(vectW, vectH, dir, contentW, contentH, std::max(contentW, contentH), angle);
         in.inOisX = x_.data();
         in.inOisY = y_.data();
         trans_.updateVectSize(in);
-        if (dir == 1 && (angle == 90.0f || angle == 270.0f)) std::swap(contentW, contentH);
+        if (isOisOn && dir == 1 && (angle == 90.0f || angle == 270.0f)) std::swap(contentW, contentH);
         contentCount_ = size_t(contentW) * contentH;
-        carve_ = documentedCarve(vectW, vectH, vectW == 1 ? 2 : vectW, vectH, contentW, contentH);
+        carve_ = isOisOn ? documentedCarve(vectW, vectH, vectW == 1 ? 2 : vectW, vectH, contentW, contentH)
+                         : documentedCarve(vectW, vectH, contentW, contentH, contentW, contentH);
         work_.assign(size_t(trans_.getWorkingBufferSize()) / 4 + 1, 0u);
         trans_.setWorkingBuffer(buffer());
     }
