@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cmath>
-#include <limits>
 #include <vector>
 
 #include "vwmt/core/ImageTransformationDescriptor.h"
@@ -12,7 +11,6 @@ namespace {
 
 using VWMT::ImageTransformationDescriptor;
 using VWMT::MatrixUtility;
-using VWMT::MatrixUtility_Intrinsic;
 using Params = std::array<float, 6>;
 
 Params integrated(ImageTransformationDescriptor& d) {
@@ -59,19 +57,6 @@ TEST(ImageTransformationDescriptor, MatmulOverwritesAndStartsFromPositiveZero) {
     EXPECT_FALSE(std::signbit(out[1][2]));
 }
 
-// Off-diagonals print truncated to integers (saturating), NaN plain.
-TEST(ImageTransformationDescriptor, PrintMat) {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    float m[3][3] = {{-nan, 2.75f, 1234567.125f}, {-3.9f, 1, nan}, {3e9f, -3e9f, -nan}};
-    testing::internal::CaptureStdout();
-    ImageTransformationDescriptor::printMat(m);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "|      nan,        2, 1234567.12500 |\n"
-              "|       -3,  1.00000,         nan |\n"
-              "| 2147483647, -2147483648,         nan |\n"
-              "\n");
-}
-
 TEST(MatrixUtility, TransposeProductsAndPoints) {
     double m[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9}, copy[9] = {}, untouched[1] = {42};
     const std::vector<double> transposed = {1, 4, 7, 2, 5, 8, 3, 6, 9};
@@ -96,15 +81,6 @@ TEST(MatrixUtility, TransposeProductsAndPoints) {
     MatrixUtility::multiply_3x3_Nx2(affine, points, out, 2);
     MatrixUtility::multiply_3x3_Nx2(cancel, points + 4, out + 4, 1);
     EXPECT_EQ(std::vector<double>(out, out + 6), (std::vector<double>{1.5, 2.5, 3.5, -0.5, 1, 1}));
-
-}
-
-TEST(MatrixUtilityIntrinsic, MatrixAndItsInverse) {
-    double k[9], kInv[9];
-    MatrixUtility_Intrinsic::composeIntrinsicMatrix(k, 1000, 800, 640, 480);
-    EXPECT_EQ(std::vector<double>(k, k + 9), (std::vector<double>{1000, 0, 640, 0, 800, 480, 0, 0, 1}));
-    MatrixUtility_Intrinsic::composeInverseIntrinsicMatrix(kInv, 1000, 800, 640, 480);
-    EXPECT_EQ(std::vector<double>(kInv, kInv + 9), (std::vector<double>{0.001, 0, -0.64, 0, 0.00125, -0.6, 0, 0, 1}));
 }
 
 }  // namespace
