@@ -91,7 +91,11 @@ TEST(GpuTransform, WorkingArraysHoldTheRotatedShiftedGrid) {
         frame.rotAngle = tc[0];
         frame.constantVectors(tc[1], tc[2]);
         Rig rig(frame);
+        gAllocations = 0;
+        gCountAllocations = true;
         rig.run();
+        gCountAllocations = false;
+        EXPECT_EQ(gAllocations.load(), 0);
         const int cw = frame.contentW, ch = frame.contentH, n = cw * ch;
         const double theta = double(tc[0]) * 3.14159265358979323846 / 180.0, c = std::cos(theta), s = std::sin(theta);
         auto turn = [&](double px, double py, int axis) {
@@ -145,41 +149,6 @@ TEST(GpuTransform, OneColumnInputLendsItsRowVectorToBothMeshColumns) {
     // The two-dimensional resampling arrays stay as they were.
     for (int array : {9, 10, 11, 12}) EXPECT_TRUE(rig.untouched(kGuard + rig.carve.offset[array], 80)) << array;
     EXPECT_TRUE(rig.guardsIntact());
-}
-
-// Whatever the OIS scale, the buffer comes out the same and the caller's
-// vectors are left alone; a stand-by object (no arena; its mesh takes the
-// content size, here that of the vector grid) gives the same buffer, and
-// neither touches the heap.
-TEST(GpuTransform, OisScaleIsNotAppliedAndNeitherArenaNorHeapIsNeeded) {
-    TransformerGlobals globals;
-    GpuFrame frame;
-    frame.rotAngle = 30.0f;
-    frame.contentW = 5;
-    frame.contentH = 4;
-    frame.x = {3.5, -2.25, 7.0, 1.0, 0.0, 4.0, -8.0, 2.0, 6.5, 1.5, 2.0, -3.0, 5.0, 0.5, -1.0, 9.0, 2.5, 3.0, -4.5, 1.0};
-    frame.y.assign(frame.x.rbegin(), frame.x.rend());
-    const std::vector<double> givenX = frame.x, givenY = frame.y;
-    std::vector<unsigned char> first;
-    for (float scale : {1.0f, 0.88f, 0.0f}) {
-        VWMT::ois_scale_x = VWMT::ois_scale_y = scale;
-        Rig rig(frame);
-        VectWarpMapTrans standBy(frame.vectW, frame.vectH, 0);
-        standBy.updateVectSize(frame.input());
-        std::vector<unsigned char> work(size_t(standBy.getWorkingBufferSize()), kFill);
-        standBy.setWorkingBuffer(reinterpret_cast<char*>(work.data()));
-        const ImgSizeDescription d = frame.desc();
-        const GridFromOisParam g = frame.grid();
-        gAllocations = 0;
-        gCountAllocations = true;
-        standBy.transformVectToWarpMap_gpu(frame.x.data(), frame.y.data(), d, g);
-        rig.run();
-        gCountAllocations = false;
-        EXPECT_EQ(gAllocations.load(), 0);
-        EXPECT_TRUE(std::equal(work.begin(), work.end(), rig.memory.begin() + kGuard)) << scale;
-        if (first.empty()) first = rig.memory;
-        EXPECT_TRUE(rig.memory == first && frame.x == givenX && frame.y == givenY) << scale;
-    }
 }
 
 // vectorTransformation_OutputSize on a binned frame whose crop width on the

@@ -43,20 +43,6 @@ TEST(VectWarpMapTransInit, PerFrameConstructorLogsAndReadsItsProperties) {
     }
 }
 
-// The offset constructors log without prefix and read no property.
-TEST(VectWarpMapTransInit, OffsetConstructorsLogWithoutPrefixAndReadNoProperty) {
-    TransformerGlobals globals;
-    ScopedProperties props;
-    props.set("vendor.velmoUtil.vwmt.logLevel", "4");
-    LogCapture log;
-    VectWarpMapTrans noOffset(4, 4, static_cast<double*>(nullptr));
-    const std::vector<std::string> expected = {
-        "VectWMTrans v 2. 4.20\n", "VectWMTrans gridInW(4), gridInH(4), vectOffset(0.000000, 0.000000)\n",
-        "[VWMT][VectWarpMapTrans] Error: vectOffset is NULL, using (0, 0)\n"};
-    EXPECT_EQ(log.texts(), expected);
-    EXPECT_EQ(VWMT::logLevel, 0);
-}
-
 // The buffer is 16 G + 56 C + 80 M + 24 content cells + 48 meshH bytes, G the
 // vector grid, M the mesh and C the content nodes, in 32-bit arithmetic.
 TEST(VectWarpMapTransBuffer, SizeFollowsGridMeshAndContent) {
@@ -111,30 +97,6 @@ TEST(VectWarpMapTransInit, WarpMapSideAndMeshSize) {
     VectWarpMapTrans trans(4, 4, 0);
     const int lengths[][2] = {{1, 2}, {2, 2}, {0, 0}, {-1, -1}, {66, 66}};
     for (const auto& c : lengths) EXPECT_EQ(trans.updateGridLenToMeshLen(c[0]), c[1]) << c[0];
-}
-
-// Content sizes after updateVectSize, read from its level-1 log: only a
-// vertical module (dir 1) at exactly a quarter turn swaps them.
-TEST(VectWarpMapTransFrameSize, OnlyAVerticalModuleAtAQuarterTurnSwapsTheContent) {
-    const struct {
-        float angle;
-        int dir;
-        bool swapped;
-    } cases[] = {
-        {90.0f, 1, true},   {270.0f, 1, true},  {90.0f, 2, false},  {90.0f, 0, false}, {270.0f, 2, false},
-        {89.9f, 1, false},  {-90.0f, 1, false}, {180.0f, 1, false}, {0.0f, 1, false},  {90.0001f, 1, false},
-    };
-    TransformerGlobals globals;
-    LogCapture log;
-    VectWarpMapTrans trans(4, 4, 1);
-    VWMT::logLevel = 1;
-    for (const auto& c : cases) {
-        log.clear();
-        trans.updateVectSize(makeInput(5, 3, static_cast<VWMT_DIRECTION>(c.dir), 16, 10, 16, c.angle));
-        EXPECT_EQ(log.texts().back(), std::string("[VWMT][updateVectSize] Perframe VectWMTrans buffer_w(16), buffer_h(16), ") +
-                                          (c.swapped ? "content_w(10), content_h(16)\n" : "content_w(16), content_h(10)\n"))
-            << c.angle << " dir " << c.dir;
-    }
 }
 
 // A null or misaligned buffer, or one whose size does not fit 32 bits, is
