@@ -25,8 +25,6 @@
 
 namespace {
 
-using velmo::testing::gAllocations;
-using velmo::testing::gCountAllocations;
 using velmo::testing::LogCapture;
 
 constexpr int kQ = 600 * 600;
@@ -180,11 +178,7 @@ void expectMergeMatchesReference(int oisSide, int n3dW, int n3dH, const std::str
     referenceMerge(ois, n3d, info, refX, refY);
     static Merger m;  // one 11.7 MB buffer for all cases
     m.mark();
-    gAllocations = 0;
-    gCountAllocations = true;
-    m.comb.mergeGrid(ois.get(), n3d.get(), info);
-    gCountAllocations = false;
-    EXPECT_EQ(gAllocations.load(), 0);
+    EXPECT_EQ(velmo::testing::allocationsIn([&] { m.comb.mergeGrid(ois.get(), n3d.get(), info); }), 0);
     EXPECT_EQ(m.planesUntouched(), n3dW * n3dH == 0);  // results at 8 and 12 x 600 x 600 bytes
     ASSERT_EQ(m.x(n3dW * n3dH), refX) << what << " " << n3dW << " x " << n3dH;
     ASSERT_EQ(m.y(n3dW * n3dH), refY) << what << " " << n3dW << " x " << n3dH;

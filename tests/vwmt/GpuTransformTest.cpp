@@ -91,11 +91,7 @@ TEST(GpuTransform, WorkingArraysHoldTheRotatedShiftedGrid) {
         frame.rotAngle = tc[0];
         frame.constantVectors(tc[1], tc[2]);
         Rig rig(frame);
-        gAllocations = 0;
-        gCountAllocations = true;
-        rig.run();
-        gCountAllocations = false;
-        EXPECT_EQ(gAllocations.load(), 0);
+        EXPECT_EQ(allocationsIn([&] { rig.run(); }), 0);
         const int cw = frame.contentW, ch = frame.contentH, n = cw * ch;
         const double theta = double(tc[0]) * 3.14159265358979323846 / 180.0, c = std::cos(theta), s = std::sin(theta);
         auto turn = [&](double px, double py, int axis) {

@@ -22,6 +22,16 @@ namespace testing {
 extern std::atomic<bool> gCountAllocations;
 extern std::atomic<long> gAllocations;
 
+// Heap allocations made by f().
+template <typename F>
+long allocationsIn(F&& f) {
+    gAllocations = 0;
+    gCountAllocations = true;
+    f();
+    gCountAllocations = false;
+    return gAllocations;
+}
+
 // Starts a test at the library's defaults (log level 0, scales 0.88) and
 // restores whatever was set before.
 class TransformerGlobals {
