@@ -29,21 +29,14 @@ struct GpuFrame {
     int p1CropX = 0, p1CropW = 4000, rotW = 2000;
     std::vector<double> x, y;
 
+    // P1 resize and source size are both replaced by the rotated size.
     ImgSizeDescription desc() const {
-        ImgSizeDescription d{};
-        d.sensorSize = d.binningSize = {4208, 3120};
-        d.analogCrop = d.digitalCrop = {0, 0, 4208, 3120};
-        d.tgCrop = {0, 0, 4000, 3000};
-        d.p1Crop = {p1CropX, 0, p1CropW, 3000};
-        d.p1Resize = {1234, 567};  // replaced by the rotated size
-        return d;
+        return ImgSizeDescription{{4208, 3120}, {0, 0, 4208, 3120}, {4208, 3120}, {0, 0, 4208, 3120},
+                                  {0, 0, 4000, 3000},   {p1CropX, 0, p1CropW, 3000}, {1234, 567}};
     }
-    GridFromOisParam grid() const {  // the source is replaced by the rotated size
-        GridFromOisParam g = gridParam({4000, 3000}, {0, 0}, {rotW, 1500}, rotAngle);
-        g.content_w = contentW;
-        g.content_h = contentH;
-        g.buffer_size = std::max(contentW, contentH);
-        return g;
+    GridFromOisParam grid() const {
+        return GridFromOisParam{{{4000, 3000}}, {{0, 0}}, {}, {{rotW, 1500}}, contentW, contentH,
+                                std::max(contentW, contentH), rotAngle};
     }
     VWMTInput input() { return VWMTInput{x.data(), y.data(), vectW, vectH, VWMT_DIRECTION_FORWARD, desc(), grid()}; }
     void constantVectors(double vx, double vy) {

@@ -135,7 +135,7 @@ TEST(OisGridWriter, CopiesRecentresAndUndoesTheVerticalTurn) {
         SCOPED_TRACE(::testing::Message() << "angle " << c.angle << " dir " << c.dir);
         Writer w(c.contentW, c.contentH, 4);
         std::vector<int> arrX = c.contentW == 3 ? abc : halves, arrY = arrX;
-        w.fromOis(w.planes, arrX, arrY, c.angle, c.dir);
+        EXPECT_EQ(allocationsIn([&] { w.fromOis(w.planes, arrX, arrY, c.angle, c.dir); }), 0);
         for (int k = 0; k < 16; ++k) {
             const int i = k % 4, j = k / 4, at = j * c.outW + i;
             const bool inside = i < c.outW && j < c.outH;

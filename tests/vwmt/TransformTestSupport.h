@@ -67,7 +67,9 @@ struct OutputPlanes {
     VWMTOutput record(bool withWeight = true) {
         return VWMTOutput{x.data(), y.data(), withWeight ? weight.data() : nullptr};
     }
-    bool untouched() const { return x == y && x == weight && x == std::vector<int32_t>(x.size(), kUntouched); }
+    bool untouched() const {
+        return x == y && x == weight && std::all_of(x.begin(), x.end(), [](int32_t v) { return v == kUntouched; });
+    }
     int32_t X(int col, int row) const { return x[size_t(row) * side + col]; }
     int32_t Y(int col, int row) const { return y[size_t(row) * side + col]; }
     int32_t W(int col, int row) const { return weight[size_t(row) * side + col]; }
