@@ -3,8 +3,8 @@
 // uniform shift moves every node by the shift resized to the P1 scale, a
 // quarter turn maps node (i, j) onto (j, last - i). Backward (directions 1
 // and 2) inverts the displacement; right angles leave the rotation to the
-// grid writer, other angles rotate on the mesh. Also the backward geometry
-// fix-up and the one-dimensional vector resampling both transforms share.
+// grid writer, other angles rotate on the mesh. Also the one-dimensional
+// vector resampling both transforms share.
 
 #include <gtest/gtest.h>
 
