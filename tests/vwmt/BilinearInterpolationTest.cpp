@@ -60,17 +60,6 @@ TEST(BilinearInterpolation, OffsetsAtQueryPoints) {
     }
 }
 
-// Four offsets of (1, 2) around a cell centre: the blend is (1, 2), then the
-// cell-area guard divides by 1.00001 in double.
-TEST(BilinearInterpolation, CellCentreIsScaledByTheAreaGuard) {
-    const Table table(2, std::vector<myOffset>(2, myOffset{1.0f, 2.0f}));
-    int w = 100, h = 100;
-    const myOffset got = bilinear_interpolation(50.0f, 50.0f, table, w, h, 1, 1);
-    EXPECT_EQ(got.dx, static_cast<float>(1.0 / 1.00001));
-    EXPECT_EQ(got.dy, static_cast<float>(2.0 / 1.00001));
-    EXPECT_NE(got.dx, 1.0f);
-}
-
 // A 3 x 2 grid moved by (3, -2) everywhere, on a 200 x 100 image.
 struct MovedGrid {
     std::vector<float> before{0, 0, 100, 0, 200, 0, 0, 100, 100, 100, 200, 100};

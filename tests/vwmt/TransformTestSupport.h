@@ -22,6 +22,16 @@ namespace testing {
 extern std::atomic<bool> gCountAllocations;
 extern std::atomic<long> gAllocations;
 
+// Heap allocations made by f().
+template <typename F>
+long allocationsIn(F&& f) {
+    gAllocations = 0;
+    gCountAllocations = true;
+    f();
+    gCountAllocations = false;
+    return gAllocations;
+}
+
 // Starts a test at the library's defaults (log level 0, scales 0.88) and
 // restores whatever was set before.
 class TransformerGlobals {
@@ -35,8 +45,6 @@ public:
         VWMT::ois_scale_x = scaleX_;
         VWMT::ois_scale_y = scaleY_;
     }
-    TransformerGlobals(const TransformerGlobals&) = delete;
-    TransformerGlobals& operator=(const TransformerGlobals&) = delete;
 
 private:
     int logLevel_;
@@ -46,15 +54,7 @@ private:
 // A frame with the given vector grid and output; no geometry yet.
 inline VWMTInput makeInput(int vectW, int vectH, VWMT_DIRECTION dir, int contentW, int contentH, int bufferSize,
                            float rotAngle) {
-    VWMTInput in{};
-    in.vect_w = vectW;
-    in.vect_h = vectH;
-    in.dir = dir;
-    in.gridParam.content_w = contentW;
-    in.gridParam.content_h = contentH;
-    in.gridParam.buffer_size = bufferSize;
-    in.gridParam.rotAngle = rotAngle;
-    return in;
+    return VWMTInput{nullptr, nullptr, vectW, vectH, dir, {}, {{}, {}, {}, {}, contentW, contentH, bufferSize, rotAngle}};
 }
 
 // Three square output planes prefilled with a sentinel, so that unwritten
@@ -67,7 +67,9 @@ struct OutputPlanes {
     VWMTOutput record(bool withWeight = true) {
         return VWMTOutput{x.data(), y.data(), withWeight ? weight.data() : nullptr};
     }
-    bool untouched() const { return x == y && x == weight && x == std::vector<int32_t>(x.size(), kUntouched); }
+    bool untouched() const {
+        return x == y && x == weight && std::all_of(x.begin(), x.end(), [](int32_t v) { return v == kUntouched; });
+    }
     int32_t X(int col, int row) const { return x[size_t(row) * side + col]; }
     int32_t Y(int col, int row) const { return y[size_t(row) * side + col]; }
     int32_t W(int col, int row) const { return weight[size_t(row) * side + col]; }
@@ -151,78 +153,50 @@ inline int32_t fixed(double pixels) {
 
 // Tg crop 4000 x 3000 on a larger sensor, P1 crop and resize chosen per test.
 inline ImgSizeDescription frameGeometry(VWMTRect p1Crop, VWMTSize p1Resize) {
-    ImgSizeDescription d{};
-    d.sensorSize = {8000, 6000};
-    d.analogCrop = {100, 100, 7000, 5000};
-    d.binningSize = {3500, 2500};
-    d.digitalCrop = {10, 10, 3400, 2400};
-    d.tgCrop = {40, 30, 4000, 3000};
-    d.p1Crop = p1Crop;
-    d.p1Resize = p1Resize;
-    return d;
+    return ImgSizeDescription{{8000, 6000}, {100, 100, 7000, 5000}, {3500, 2500}, {10, 10, 3400, 2400},
+                              {40, 30, 4000, 3000}, p1Crop, p1Resize};
 }
 
 inline GridFromOisParam gridParam(VWMTSize src, VWMTSize rz, VWMTSize rot, float angle) {
-    GridFromOisParam g{};
-    g.srcImg.size = src;
-    g.rzImg.size = rz;
-    g.rotImg.size = rot;
-    g.rotAngle = angle;
-    return g;
+    return GridFromOisParam{{src}, {rz}, {}, {rot}, 0, 0, 0, angle};
 }
 
 // A transformer sized for one frame by updateVectSize, with its working
 // buffer carved; with OIS off the mesh takes the content size.
-class TransformRig {
-public:
+struct TransformRig {
     TransformRig(int vectW, int vectH, int contentW, int contentH, VWMT_DIRECTION dir, float angle, int isOisOn = 1)
-        : trans_(vectW, vectH, isOisOn), x_(size_t(vectW) * vectH, 0.0), y_(x_) {
+        : trans(vectW, vectH, isOisOn), x(size_t(vectW) * vectH, 0.0), y(x) {
         VWMTInput in = makeInput(vectW, vectH, dir, contentW, contentH, std::max(contentW, contentH), angle);
-        in.inOisX = x_.data();
-        in.inOisY = y_.data();
-        trans_.updateVectSize(in);
+        in.inOisX = x.data();
+        in.inOisY = y.data();
+        trans.updateVectSize(in);
         if (isOisOn && dir == 1 && (angle == 90.0f || angle == 270.0f)) std::swap(contentW, contentH);
-        contentCount_ = size_t(contentW) * contentH;
-        carve_ = isOisOn ? documentedCarve(vectW, vectH, vectW == 1 ? 2 : vectW, vectH, contentW, contentH)
-                         : documentedCarve(vectW, vectH, contentW, contentH, contentW, contentH);
-        work_.assign(size_t(trans_.getWorkingBufferSize()) / 4 + 1, 0u);
-        trans_.setWorkingBuffer(buffer());
+        contentCount = size_t(contentW) * contentH;
+        carve = isOisOn ? documentedCarve(vectW, vectH, vectW == 1 ? 2 : vectW, vectH, contentW, contentH)
+                        : documentedCarve(vectW, vectH, contentW, contentH, contentW, contentH);
+        work.assign(size_t(trans.getWorkingBufferSize()) / 4 + 1, 0u);
+        trans.setWorkingBuffer(buffer());
     }
-
-    VectWarpMapTrans& trans() { return trans_; }
-    std::vector<double>& x() { return x_; }
-    std::vector<double>& y() { return y_; }
-    const Carve& carve() const { return carve_; }
-    char* buffer() { return reinterpret_cast<char*>(work_.data()); }
-    size_t bufferBytes() const { return work_.size() * 4; }
-
-    void forward(ImgSizeDescription const& d, GridFromOisParam g) {
-        trans_.transformVectToWarpMap(x_.data(), y_.data(), d, g);
-    }
+    char* buffer() { return reinterpret_cast<char*>(work.data()); }
+    void forward(ImgSizeDescription const& d, GridFromOisParam g) { trans.transformVectToWarpMap(x.data(), y.data(), d, g); }
     void backward(ImgSizeDescription const& d, GridFromOisParam g, VWMT_DIRECTION dir) {
-        trans_.transformForwardVectToBackwardWarpMap(x_.data(), y_.data(), d, g, dir);
+        trans.transformForwardVectToBackwardWarpMap(x.data(), y.data(), d, g, dir);
     }
-
     template <typename T>
     std::vector<T> read(int array, size_t count) const {
         std::vector<T> out(count);
-        std::memcpy(out.data(), reinterpret_cast<const char*>(work_.data()) + carve_.offset[array], count * sizeof(T));
+        std::memcpy(out.data(), reinterpret_cast<const char*>(work.data()) + carve.offset[array], count * sizeof(T));
         return out;
     }
-    template <typename T>
-    void write(int array, const std::vector<T>& values) {
-        std::memcpy(buffer() + carve_.offset[array], values.data(), values.size() * sizeof(T));
-    }
     // Working arrays 18 and 19: the grid the transform leaves, pixels x 32.
-    std::vector<int32_t> gridX() const { return read<int32_t>(18, contentCount_); }
-    std::vector<int32_t> gridY() const { return read<int32_t>(19, contentCount_); }
+    std::vector<int32_t> gridX() const { return read<int32_t>(18, contentCount); }
+    std::vector<int32_t> gridY() const { return read<int32_t>(19, contentCount); }
 
-private:
-    VectWarpMapTrans trans_;
-    std::vector<double> x_, y_;
-    size_t contentCount_;
-    Carve carve_;
-    std::vector<uint32_t> work_;
+    VectWarpMapTrans trans;
+    std::vector<double> x, y;
+    size_t contentCount;
+    Carve carve;
+    std::vector<uint32_t> work;
 };
 
 }  // namespace testing
