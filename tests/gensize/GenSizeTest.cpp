@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -144,6 +145,62 @@ TEST_F(GenSizeInitTest, FitWithoutConvergenceReturns9AndSkipsTheDepthStage) {
 
 // Up to even: the half is rounded up and truncated before doubling, so the
 // doubling wraps in 32 bits where a float product would saturate.
+// What SetDPE starts from; the rest of the record holds a recognisable
+// pattern, so a field written too early or not at all stands out.
+constexpr int kUntouched = 0x55555555;
+
+Output depthInput(int nocW, int nocH) {
+    Output out;
+    std::memset(&out, 0x55, sizeof out);
+    out.dpe.dpe_noc_w = out.dpe.dpe_noc_w_no_rot = nocW;
+    out.dpe.dpe_noc_h = out.dpe.dpe_noc_h_no_rot = nocH;
+    out.dpe.dpe_padding = 32;
+    out.main.fe_b.grid_w = out.main.fe_b.grid_h = 28;
+    out.auxi.fe_b.grid_w = out.auxi.fe_b.grid_h = 4;
+    return out;
+}
+
+// AI tracking: the ratios depth / tracking on each axis must share a band:
+// high [1, 999), middle [0.25, 1), low anything else; a zero tracking size
+// disables the check. Disparity: pad2 = 32 x ceil(noc_w / 544): 32, 64 from
+// 545, 96 from 1089; dv_w = (noc_w + pad2) >> 1, its buffer aligned up to 16.
+// The frame, noc_w plus 32 on both sides, may be 4096 wide; a wider one stops
+// before the disparity map.
+TEST(SetDpe, TrackingBandsDisparityPaddingAndFrameWidthLimit) {
+    struct Case {
+        int trackW, trackH, noRotW, noRotH, nocW, code, dvW, dvBufW;
+    };
+    const Case cases[] = {
+        {640, 10, 640, 9989, 640, 0, 352, 352},  // 1.0 and 998.9: both high
+        {100, 100, 99, 100, 640, 5, kUntouched, kUntouched},  // 0.99 and 1.0: refused before the frame
+        {100, 1, 10, 1000, 640, 0, 352, 352},    // 0.1 and 1000: both low
+        {400, 400, 100, 396, 640, 0, 352, 352},  // 0.25 and 0.99: both middle
+        {100, 100, 100, 24, 640, 5, kUntouched, kUntouched},  // 1.0 and 0.24
+        {0, 100, 1, 1000, 640, 0, 352, 352},
+        {0, 0, 544, 361, 544, 0, 288, 288},
+        {0, 0, 545, 361, 545, 0, 304, 304},
+        {0, 0, 1088, 361, 1088, 0, 576, 576},
+        {0, 0, 1089, 361, 1089, 0, 592, 592},
+        {0, 0, 600, 361, 600, 0, 332, 336},
+        {0, 0, 4032, 361, 4032, 0, 2144, 2144},
+        {0, 0, 4033, 361, 4033, ERR_DPE_IN_W_MAXIMUM, kUntouched, kUntouched},
+    };
+    for (const Case& k : cases) {
+        Config cfg = plainConfig();
+        cfg.align_wpe_in_w = 1;
+        cfg.ai_tracking_w = k.trackW;
+        cfg.ai_tracking_h = k.trackH;
+        Output out = depthInput(k.nocW, 361);
+        out.dpe.dpe_noc_w_no_rot = k.noRotW;
+        out.dpe.dpe_noc_h_no_rot = k.noRotH;
+        SCOPED_TRACE(::testing::Message() << k.noRotW << "/" << k.trackW << ", " << k.noRotH << "/" << k.trackH);
+        EXPECT_EQ(SetDPE(out, cfg), k.code);
+        const int frameW = k.code == ERR_AI_TRACKING_TO_DPE_GUIDE ? kUntouched : k.nocW + 64;
+        EXPECT_EQ((std::array<int, 3>{out.dpe.dpe_frm_w, out.dpe.dpe_dv_w, out.dpe.dpe_dv_buf_w}),
+                  (std::array<int, 3>{frameW, k.dvW, k.dvBufW}));
+    }
+}
+
 TEST(CeilEven, DoublesTheTruncatedHalfInUnsigned32Bits) {
     EXPECT_EQ(velmo::gensize::ceilEven(4001.0f), 4002u);
     EXPECT_EQ(velmo::gensize::ceilEven(4294967295.0f), 0u);  // 2^32: 2^31 x 2 wraps

@@ -142,6 +142,68 @@ TEST(RecordJsonTest, EveryFieldSurvivesARoundTripBitForBit) {
 
 // ---- the sizing commands ---------------------------------------------------------
 
+struct Edit {
+    const char* pointer;
+    const char* value;
+    const char* problem;  // empty: accepted, and `read` is what the field holds
+    double read;
+};
+
+TEST(RecordJsonTest, ConfigurationValuesAreCheckedAndNamed) {
+    const Edit cases[] = {
+        {"/dpe_width", "640", "dpe_width: unknown key", 0},
+        {"/sensor_main/fov_w", nullptr, "sensor_main.fov_w: missing key", 0},
+        {"/dpe_w", R"("640")", "dpe_w: expected an integer, got string", 0},
+        {"/dpe_w", "640.5", "dpe_w: expected an integer, got 640.5", 0},
+        {"/enable_gpu", "true", "enable_gpu: expected an integer, got boolean", 0},
+        {"/baseline", "null", "baseline: expected a number, got null", 0},
+        {"/sensor_main/fov_w", R"("66.1")", "sensor_main.fov_w: expected a number, got string", 0},
+        {"/sensor_auxi/isOISon", "[1]", "sensor_auxi.isOISon: expected an integer, got array", 0},
+        {"/sensor_main", "[]", "sensor_main: expected an object, got array", 0},
+        {"", "[1, 2]", "expected an object, got array", 0},
+        // Integers: whole numbers within int32, in any notation.
+        {"/dpe_w", "2147483647", "", 2147483647},
+        {"/has_mdp", "-2147483648", "", -2147483648.0},
+        {"/dpe_h", "360.0", "", 360},
+        {"/p1_fe_main_w", "1.92e3", "", 1920},
+        {"/sensor_main/pixel_array_width", "2147483648",
+         "sensor_main.pixel_array_width: 2147483648 is outside the int32 range", 0},
+        {"/sensor_main/pixel_array_width", "-2147483649", "outside the int32 range", 0},
+        {"/sensor_main/pixel_array_width", "18446744073709551616", "outside the int32 range", 0},
+        // Floats: anything that rounds to a finite float. The two edges lie just
+        // below and at FLT_MAX + half an ulp; 1e-50 underflows to zero.
+        {"/baseline", "3.4028235e38", "", FLT_MAX},
+        {"/cell_size", "3.4028235677973362e+38", "", FLT_MAX},
+        {"/module_angle", "-3.4028234663852886e38", "", -FLT_MAX},
+        {"/module_variation", "1e-50", "", 0},
+        {"/sensor_auxi/fov_h", "3.4028235677973366e+38",
+         "sensor_auxi.fov_h: 3.4028235677973366e+38 is outside the float range", 0},
+        {"/sensor_auxi/fov_h", "-1e39", "outside the float range", 0},
+    };
+    for (const Edit& c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.pointer << " = " << (c.value ? c.value : "(removed)"));
+        Json document = toJson(defaultConfig());
+        const Json::json_pointer at(c.pointer);
+        if (c.value != nullptr) {
+            document[at] = parsed(c.value);
+        } else {
+            document[at.parent_pointer()].erase(at.back());
+        }
+        STEREO_KERNEL_GEN_SIZE_INIT_IN_STRUCT record{};
+        record.dpe_h = 12345;
+        JsonError error;
+        const bool accepted = fromJson(document, record, error);
+        if (*c.problem == '\0') {
+            ASSERT_TRUE(accepted) << error.message();
+            EXPECT_EQ(c.read, toJson(record)[at].get<double>());
+        } else {
+            EXPECT_FALSE(accepted);
+            EXPECT_NE(std::string::npos, error.message().find(c.problem)) << error.message();
+            EXPECT_EQ(12345, record.dpe_h) << "a rejected document leaves the record alone";
+        }
+    }
+}
+
 TEST(CliTest, DefaultConfigAndFrameAreTheBuiltInModuleAtZoomOne) {
     EXPECT_EQ(toJson(defaultConfig()), ok({"default-config"}));
     // The frame of the data folder is the template with the zoom set to 2.

@@ -279,6 +279,30 @@ void expectFastPathsMatchSequential(const TestMesh& mesh, int qw, int qh, bool t
         << what << ": corner table left unfilled";
 }
 
+TEST(MeshWalk, StopsAtTheSearchLimitAndReportsTheLastTriangleComputed) {
+    int limited = 0, stoppedEarly = 0;
+    for (unsigned seed = 1; seed <= 40; ++seed) {
+        Walker w(makeMesh(8, 6, 140, 100, 2, 0.9, seed));
+        const velmo::mesh::MeshShape shape{w.interp.searchLimit(), w.interp.cellsW(), w.interp.cellsH(),
+                                           w.interp.numTriangles()};
+        const std::vector<float> points = makeQueries(12, 10, -10, 150, -10, 110);
+        for (size_t i = 0; i < points.size(); i += 2) {
+            velmo::mesh::EvaluationCount counter;
+            int tri = -1;
+            float bary[3], again[3];
+            const int hit = velmo::mesh::walk(shape, velmo::mesh::TableCorners{w.interp.triangleVertexTable()},
+                                              counter, points[i], points[i + 1], 0, &tri, bary);
+            ASSERT_LE(counter.evaluations, shape.searchLimit);
+            limited += !hit && counter.evaluations == shape.searchLimit;
+            stoppedEarly += !hit && counter.evaluations < shape.searchLimit;
+            w.interp.getBarycentricCoords(points[i], points[i + 1], w.interp.triangleVertexTable() + 6 * tri, again);
+            EXPECT_EQ(std::memcmp(again, bary, sizeof again), 0);  // the weights are the reported triangle's
+        }
+    }
+    EXPECT_GT(limited, 0);
+    EXPECT_GT(stoppedEarly, 0);
+}
+
 TEST(MeshRowsParallel, FastPathsGiveTheSequentialBitsOnEveryTarget) {
     // The last mesh lists each triangle's corners in another order, which
     // sends the fast path to read the list instead of deriving corners.
