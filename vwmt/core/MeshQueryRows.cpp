@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "vwmt/core/LatticeRows.h"
+
 // Targets that add nothing over their neighbours here are skipped to keep the
 // build short. SVE is skipped as well: its sizeless vectors cannot be kept in
 // the lane-state struct, and NEON covers every arm64 device.
@@ -826,6 +828,10 @@ HWY_EXPORT(LockstepFits);
 
 int parallelLanes() { return HWY_DYNAMIC_DISPATCH(LaneCount)(); }
 
+bool hasStandardConnectivity(const int* triangles, int cellsW, int cellsH) {
+    return isStandardConnectivity(triangles, cellsW, cellsH);
+}
+
 bool walksInLockstep(const RowsJob& job) {
     return job.meshXY != nullptr && job.queryW >= 2 && job.shape.hasCells() &&
            isStandardConnectivity(job.triangles, job.shape.cellsW, job.shape.cellsH) &&
@@ -876,6 +882,7 @@ void interpolateRows(const RowsJob& job) {
         interpolateRowsSequential(job);
         return;
     }
+    if (interpolateRowsOnLattice(job)) return;
     interpolateRowsParallel(job);
 }
 

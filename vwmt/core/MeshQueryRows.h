@@ -42,6 +42,10 @@ void interpolateRowsOfFilledTable(const RowsJob& job, const float* meshXY);
 // job.queryW >= 2 and a mesh with cells.
 void interpolateRowsParallel(const RowsJob& job);
 
+// Whether the list is the standard two-triangles-per-cell connectivity,
+// (tl, bl, tr) then (tr, bl, br), cells row by row.
+bool hasStandardConnectivity(const int* triangles, int cellsW, int cellsH);
+
 // Lanes of the row-parallel loop on this CPU.
 int parallelLanes();
 
