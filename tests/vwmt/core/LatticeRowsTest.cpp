@@ -211,7 +211,7 @@ TEST(LatticeRows, BitIdenticalToTheSequentialLoopOnEveryTarget) {
         }
         // Both kinds of query occurred, so both paths were compared.
         EXPECT_GT(total.located, 5000) << hwy::TargetName(target);
-        EXPECT_GT(total.walked, 5000) << hwy::TargetName(target);
+        EXPECT_GT(total.walked, 1000) << hwy::TargetName(target);
     }
     hwy::SetSupportedTargetsForTest(0);
     EXPECT_GT(targets, 0);
