@@ -194,7 +194,7 @@ void LatticeRows(const RowsJob& job, const LatticeGeometry& geometry, LatticeCou
     int rowStartTri = 0, prevTri = 0;
     TrianglePlace prevPlace = locate(shape, prevTri);
     float bary[3] = {0.0f, 0.0f, 0.0f};
-    int64_t located = 0, walked = 0;
+    int64_t located = 0, walked = 0, handedOver = 0;
     for (int r = 0; r < job.queryH; ++r) {
         const int64_t rowFirst = int64_t{r} * job.queryW;
         for (int c0 = 0; c0 < job.queryW; c0 += lanes) {
@@ -394,10 +394,18 @@ void LatticeRows(const RowsJob& job, const LatticeGeometry& geometry, LatticeCou
             }
             prevPlace = locate(shape, prevTri);
         }
+        // Where more than one query in eight needs walking (much of the grid
+        // off the mesh, say), the rows left go to the row-parallel walk,
+        // from the exact first hit of this row.
+        if (walked * 8 > (r + int64_t{1}) * job.queryW && interpolateRowsFrom(job, r + 1, rowStartTri)) {
+            handedOver = int64_t{job.queryH - r - 1} * job.queryW;
+            break;
+        }
     }
     if (counts != nullptr) {
         counts->located = located;
         counts->walked = walked;
+        counts->handedOver = handedOver;
     }
 }
 

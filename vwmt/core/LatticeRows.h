@@ -25,10 +25,12 @@ constexpr int kLatticeMaxSteps = 2 * kLatticeReach + 1;
 // triangle found lies in [kLatticeMargin, 1 - kLatticeMargin].
 constexpr float kLatticeMargin = 1e-3f;
 
-// How many queries of the last call were located and how many walked.
+// How many queries of the last call were located, how many walked one by
+// one, and how many were left to the row-parallel walk.
 struct LatticeCounts {
     int64_t located = 0;
     int64_t walked = 0;
+    int64_t handedOver = 0;
 };
 
 // Whether the job's mesh is a lattice the loop below accepts: positions read

@@ -46,6 +46,19 @@ void interpolateRowsParallel(const RowsJob& job);
 // (tl, bl, tr) then (tr, bl, br), cells row by row.
 bool hasStandardConnectivity(const int* triangles, int cellsW, int cellsH);
 
+// Where a loop picks up: its first row, and the first hit of the row before
+// (0 at the top, as in the sequential loop).
+struct RowsStart {
+    int row = 0;
+    int rowStartTri = 0;
+};
+
+// The row-parallel loop from row `firstRow` on, the rows above done. Returns
+// false, doing nothing, when it would not run in lanes (fewer rows left than
+// lanes, one column, no cells, a start that is no triangle). The output must
+// not overlap an input.
+bool interpolateRowsFrom(const RowsJob& job, int firstRow, int rowStartTri);
+
 // Lanes of the row-parallel loop on this CPU.
 int parallelLanes();
 
