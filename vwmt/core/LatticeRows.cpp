@@ -30,8 +30,9 @@
 //
 // The real lattice differs from the even one by at most 1e-5 of a cell per
 // vertex (checked), which moves the lines near T by less than 2e-4 of a cell
-// within kLatticeReach + 1 cells; float evaluation of the weights within that
-// distance errs by less than 1e-5; EPS (2e-16) against a cell area of at
+// within kLatticeReach + 1 cells; float evaluation of the weights of a point
+// that close (every operand within a few cells, each operation off by half
+// an ulp) errs by a few 1e-5 at most; EPS (2e-16) against a cell area of at
 // least 1e-6 is negligible. Together they stay well below the 1e-3 margin.
 // Queries off the lattice, near its lines, far from their start, NaN or huge
 // are walked from their exact start, in order.
@@ -164,9 +165,12 @@ struct Located {
     alignas(64) int32_t col[kMaxLatticeLanes];
 };
 
-// Sequential rows over blocks of columns; a block whose every query is
-// located is blended and stored whole, any other block is resolved query by
-// query in order, walking those that were not located.
+// Rows in order, each in blocks of a vector of columns. Every block is
+// blended and stored as located; in a block where some query was not taken,
+// the queries are then gone through in order: those not taken, and those
+// whose start moved because the query before was walked to another triangle,
+// are settled again from their exact start (taken if that start is within
+// reach, walked otherwise) and written again.
 void LatticeRows(const RowsJob& job, const LatticeGeometry& geometry, LatticeCounts* counts) {
     const DF df;
     const DI di;
