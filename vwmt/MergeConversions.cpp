@@ -65,10 +65,9 @@ void InterleaveFromFixedPoint(const int* xs, const int* ys, float* out, int64_t 
 // float, widened, plus 0.5, minus 1 when negative, then truncated with the
 // 64-bit Arm conversion's saturation and NaN to 0.
 template <class DD>
-HWY_INLINE void FixPoint(DD dd, const float* in, int* out) {
-    const hn::Rebind<float, DD> df;
+HWY_INLINE void FixPointScaled(DD dd, hn::Vec<hn::Rebind<float, DD>> times32, int* out) {
     const hn::Rebind<int32_t, DD> di;
-    const auto scaled = hn::PromoteTo(dd, hn::Mul(hn::LoadU(df, in), hn::Set(df, 32.0f)));
+    const auto scaled = hn::PromoteTo(dd, times32);
     const auto half = hn::Add(scaled, hn::Set(dd, 0.5));
     auto rounded = hn::IfThenElse(hn::Lt(scaled, hn::Zero(dd)), hn::Sub(half, hn::Set(dd, 1.0)), half);
     // NaN to 0, and out-of-range values pinned to the ends, whose truncation
@@ -76,6 +75,12 @@ HWY_INLINE void FixPoint(DD dd, const float* in, int* out) {
     rounded = hn::IfThenElseZero(hn::Eq(rounded, rounded), rounded);
     rounded = hn::Min(hn::Max(rounded, hn::Set(dd, -2147483648.0)), hn::Set(dd, 2147483647.0));
     hn::StoreU(hn::DemoteTo(di, rounded), di, out);
+}
+
+template <class DD>
+HWY_INLINE void FixPoint(DD dd, const float* in, int* out) {
+    const hn::Rebind<float, DD> df;
+    FixPointScaled(dd, hn::Mul(hn::LoadU(df, in), hn::Set(df, 32.0f)), out);
 }
 
 void SplitAndFixPoint(float* map, int64_t n, float* work, int* outX, int* outY) {
@@ -90,12 +95,28 @@ void SplitAndFixPoint(float* map, int64_t n, float* work, int* outX, int* outY) 
         hn::LoadInterleaved2(df, map + 2 * k, x, y);
         hn::StoreU(x, df, work + k);
         hn::StoreU(y, df, workY + k);
-        // Read back from the planes just written (still in L1), a double
-        // vector's worth at a time.
+#if HWY_TARGET == HWY_SCALAR
         for (int64_t h = 0; h < lanes; h += wide) {
             FixPoint(dd, work + k + h, outX + k + h);
             FixPoint(dd, workY + k + h, outY + k + h);
         }
+#else
+        // Each half of the vectors widened to a double vector in registers
+        // (reading the planes back stalls on the stores just made).
+        const hn::Rebind<float, decltype(dd)> dh;
+        const auto x32 = hn::Mul(x, hn::Set(df, 32.0f)), y32 = hn::Mul(y, hn::Set(df, 32.0f));
+        if constexpr (hn::MaxLanes(decltype(dh)()) * 2 == hn::MaxLanes(decltype(df)())) {
+            FixPointScaled(dd, hn::LowerHalf(dh, x32), outX + k);
+            FixPointScaled(dd, hn::UpperHalf(dh, x32), outX + k + wide);
+            FixPointScaled(dd, hn::LowerHalf(dh, y32), outY + k);
+            FixPointScaled(dd, hn::UpperHalf(dh, y32), outY + k + wide);
+        } else {
+            for (int64_t h = 0; h < lanes; h += wide) {
+                FixPoint(dd, work + k + h, outX + k + h);
+                FixPoint(dd, workY + k + h, outY + k + h);
+            }
+        }
+#endif
     }
     const int64_t done = k;
     for (; k < n; ++k) {

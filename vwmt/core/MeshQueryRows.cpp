@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "vwmt/core/LatticeRows.h"
+
 // Targets that add nothing over their neighbours here are skipped to keep the
 // build short. SVE is skipped as well: its sizeless vectors cannot be kept in
 // the lane-state struct, and NEON covers every arm64 device.
@@ -84,7 +86,8 @@ struct alignas(64) LaneState {
 // then continues at column 1.
 class RowFeeder {
 public:
-    explicit RowFeeder(const RowsJob& job) : job_(job) {}
+    RowFeeder(const RowsJob& job, const RowsStart& from)
+        : job_(job), nextRow_(from.row), rowStartTri_(from.rowStartTri) {}
 
     bool exhausted() const { return nextRow_ >= job_.queryH; }
 
@@ -122,8 +125,8 @@ public:
 
 private:
     const RowsJob& job_;
-    int nextRow_ = 0;
-    int rowStartTri_ = 0;
+    int nextRow_;
+    int rowStartTri_;
 };
 
 }  // namespace
@@ -731,14 +734,15 @@ HWY_INLINE void StepAll(const Context& ctx, Batch* batches) {
     for (int k = 0; k < kBatches; ++k) batches[k].update(w[k], o[k]);
 }
 
-void WalkRowsInLockstep(const RowsJob& job, const Packed& table) {
+void WalkRowsInLockstep(const RowsJob& job, const Packed& table, const RowsStart& from) {
     const Context ctx{job, table};
-    RowFeeder feeder(job);
+    RowFeeder feeder(job, from);
     // Rows spread evenly over the batches, so that a short grid does not end
     // with a batch of a few rows running alone.
     const int lanes = LaneCount();
-    const int batchCount = (job.queryH + lanes - 1) / lanes;
-    const int rowsPerBatch = (job.queryH + batchCount - 1) / batchCount;
+    const int rows = job.queryH - from.row;
+    const int batchCount = (rows + lanes - 1) / lanes;
+    const int rowsPerBatch = (rows + batchCount - 1) / batchCount;
     Batch batches[kBatches];
     for (Batch& b : batches) {
         if (!feeder.exhausted()) b.start(job, feeder, rowsPerBatch);
@@ -759,11 +763,11 @@ void WalkRowsInLockstep(const RowsJob& job, const Packed& table) {
 // Two groups of lanes in flight: one evaluation waits on gathers and
 // divisions in a chain, and the other group's evaluation fills that wait.
 template <bool kThroughList, bool kStandard>
-void WalkRows(const RowsJob& job, const Packed& table) {
+void WalkRows(const RowsJob& job, const Packed& table, const RowsStart& from) {
     const Context ctx{job, table};
-    RowFeeder feeder(job);
+    RowFeeder feeder(job, from);
     const int lanes = LaneCount();
-    const int groupCount = job.queryH >= 2 * lanes ? 2 : 1;
+    const int groupCount = job.queryH - from.row >= 2 * lanes ? 2 : 1;
     LaneState states[2] = {};
     Group groups[2];
     for (int k = 0; k < groupCount; ++k) {
@@ -795,19 +799,20 @@ bool LockstepFits(const RowsJob& job) {
            int64_t{LaneCount()} * job.shape.cellsH <= spareRows * job.queryH;
 }
 
-void WalkRowsDispatch(const RowsJob& job, const Packed& table, bool throughList, bool standard) {
+void WalkRowsDispatch(const RowsJob& job, const Packed& table, bool throughList, bool standard,
+                      const RowsStart& from) {
     if (throughList) {
         if (standard && LockstepFits(job)) {
-            WalkRowsInLockstep(job, table);
+            WalkRowsInLockstep(job, table, from);
         } else if (standard) {
-            WalkRows<true, true>(job, table);
+            WalkRows<true, true>(job, table, from);
         } else {
-            WalkRows<true, false>(job, table);
+            WalkRows<true, false>(job, table, from);
         }
     } else if (standard) {
-        WalkRows<false, true>(job, table);
+        WalkRows<false, true>(job, table, from);
     } else {
-        WalkRows<false, false>(job, table);
+        WalkRows<false, false>(job, table, from);
     }
 }
 
@@ -825,6 +830,10 @@ HWY_EXPORT(WalkRowsDispatch);
 HWY_EXPORT(LockstepFits);
 
 int parallelLanes() { return HWY_DYNAMIC_DISPATCH(LaneCount)(); }
+
+bool hasStandardConnectivity(const int* triangles, int cellsW, int cellsH) {
+    return isStandardConnectivity(triangles, cellsW, cellsH);
+}
 
 bool walksInLockstep(const RowsJob& job) {
     return job.meshXY != nullptr && job.queryW >= 2 && job.shape.hasCells() &&
@@ -851,7 +860,20 @@ void interpolateRowsParallel(const RowsJob& job) {
     static const Packed table{packedTableColumn(0), packedTableColumn(1), packedTableColumn(2)};
     const bool standard =
         isStandardConnectivity(job.triangles, job.shape.cellsW, job.shape.cellsH);
-    HWY_DYNAMIC_DISPATCH(WalkRowsDispatch)(job, table, job.meshXY != nullptr, standard);
+    HWY_DYNAMIC_DISPATCH(WalkRowsDispatch)(job, table, job.meshXY != nullptr, standard, RowsStart{});
+}
+
+bool interpolateRowsFrom(const RowsJob& job, int firstRow, int rowStartTri) {
+    if (firstRow < 0 || job.queryH - firstRow < parallelLanes() || job.queryW < 2 ||
+        !job.shape.hasCells() || !job.shape.isTriangle(rowStartTri)) {
+        return false;
+    }
+    static const Packed table{packedTableColumn(0), packedTableColumn(1), packedTableColumn(2)};
+    const bool standard =
+        isStandardConnectivity(job.triangles, job.shape.cellsW, job.shape.cellsH);
+    HWY_DYNAMIC_DISPATCH(WalkRowsDispatch)(job, table, job.meshXY != nullptr, standard,
+                                           RowsStart{firstRow, rowStartTri});
+    return true;
 }
 
 namespace {
@@ -876,6 +898,7 @@ void interpolateRows(const RowsJob& job) {
         interpolateRowsSequential(job);
         return;
     }
+    if (interpolateRowsOnLattice(job)) return;
     interpolateRowsParallel(job);
 }
 

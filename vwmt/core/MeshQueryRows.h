@@ -42,6 +42,23 @@ void interpolateRowsOfFilledTable(const RowsJob& job, const float* meshXY);
 // job.queryW >= 2 and a mesh with cells.
 void interpolateRowsParallel(const RowsJob& job);
 
+// Whether the list is the standard two-triangles-per-cell connectivity,
+// (tl, bl, tr) then (tr, bl, br), cells row by row.
+bool hasStandardConnectivity(const int* triangles, int cellsW, int cellsH);
+
+// Where a loop picks up: its first row, and the first hit of the row before
+// (0 at the top, as in the sequential loop).
+struct RowsStart {
+    int row = 0;
+    int rowStartTri = 0;
+};
+
+// The row-parallel loop from row `firstRow` on, the rows above done. Returns
+// false, doing nothing, when it would not run in lanes (fewer rows left than
+// lanes, one column, no cells, a start that is no triangle). The output must
+// not overlap an input.
+bool interpolateRowsFrom(const RowsJob& job, int firstRow, int rowStartTri);
+
 // Lanes of the row-parallel loop on this CPU.
 int parallelLanes();
 
