@@ -878,6 +878,8 @@ bool interpolateRowsFrom(const RowsJob& job, int firstRow, int rowStartTri) {
 
 namespace {
 
+constexpr int64_t kLatticeQueriesPerVertex = 16;
+
 bool overlaps(const float* a, int64_t countA, const float* b, int64_t countB) {
     const uintptr_t a0 = reinterpret_cast<uintptr_t>(a), b0 = reinterpret_cast<uintptr_t>(b);
     return a0 < b0 + countB * sizeof(float) && b0 < a0 + countA * sizeof(float);
@@ -898,7 +900,10 @@ void interpolateRows(const RowsJob& job) {
         interpolateRowsSequential(job);
         return;
     }
-    if (interpolateRowsOnLattice(job)) return;
+    // The lattice loop pays for its check and its per-block set-up only with
+    // many queries per vertex, as in the merge (about 80); on the
+    // transformers' grids (a few per vertex) the row-parallel walk is faster.
+    if (queries >= kLatticeQueriesPerVertex * vertices && interpolateRowsOnLattice(job)) return;
     interpolateRowsParallel(job);
 }
 
