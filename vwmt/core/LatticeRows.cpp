@@ -98,9 +98,10 @@ double evenSpacing(const float* first, int64_t stride, int count) {
 
 bool measureLattice(const RowsJob& job, LatticeGeometry* geometry) {
     const MeshShape& s = job.shape;
-    if (s.cellsW > kMaxLatticeCells || s.cellsH > kMaxLatticeCells || job.meshXY == nullptr || job.triangles == nullptr || job.values == nullptr ||
-        job.queryXY == nullptr || job.out == nullptr || job.queryW < 1 || job.queryH < 1 ||
-        !s.hasCells() || s.searchLimit <= kLatticeMaxSteps) {
+    if (s.cellsW > kMaxLatticeCells || s.cellsH > kMaxLatticeCells || job.meshXY == nullptr ||
+        job.triangles == nullptr || job.values == nullptr || job.queryXY == nullptr ||
+        job.out == nullptr || job.queryW < 1 || job.queryH < 1 || !s.hasCells() ||
+        s.searchLimit <= kLatticeMaxSteps) {
         return false;
     }
     const int64_t w = int64_t{s.cellsW} + 1, vertices = w * (int64_t{s.cellsH} + 1);
@@ -122,7 +123,9 @@ bool measureLattice(const RowsJob& job, LatticeGeometry* geometry) {
     const double stepY = evenSpacing(xy + 1, 2 * w, s.cellsH);
     if (stepX == 0.0 || stepY == 0.0) return false;
     if (geometry == nullptr) return true;
-    for (int k = 0; k < s.cellsW + 1 + kMaxLatticeLanes; ++k) geometry->colX[k] = xy[2 * std::min(k, s.cellsW)];
+    for (int k = 0; k < s.cellsW + 1 + kMaxLatticeLanes; ++k) {
+        geometry->colX[k] = xy[2 * std::min(k, s.cellsW)];
+    }
     for (int k = 0; k < s.cellsH + 1 + kMaxLatticeLanes; ++k) {
         geometry->rowY[k] = xy[2 * w * std::min(k, s.cellsH) + 1];
     }
@@ -290,9 +293,8 @@ void LatticeRows(const RowsJob& job, const LatticeGeometry& geometry, LatticeCou
             if (c0 == 0) {
                 const int start = firstTriangle(shape, 0, rowStartTri) / 2;
                 const int startR = sdiv(start, cellsW);
-                const MI first = hn::FirstN(di, 1);
-                startRow = hn::IfThenElse(first, hn::Set(di, startR), startRow);
-                startCol = hn::IfThenElse(first, hn::Set(di, start - startR * cellsW), startCol);
+                startRow = hn::IfThenElse(firstLane, hn::Set(di, startR), startRow);
+                startCol = hn::IfThenElse(firstLane, hn::Set(di, start - startR * cellsW), startCol);
             }
             const MI near = hn::And(hn::Lt(hn::Abs(hn::Sub(row, startRow)), beyond),
                                     hn::Lt(hn::Abs(hn::Sub(col, startCol)), beyond));
@@ -306,22 +308,21 @@ void LatticeRows(const RowsJob& job, const LatticeGeometry& geometry, LatticeCou
                 // When every lane is in one cell row and within half a
                 // vector of columns, from the two vertex rows' entries
                 // loaded whole (x and y interleaved), else gathered.
-                const VI pairLo = hn::Set(di, 2 * std::max(0, std::min(colLo, w - lanes / 2)));
                 const int base = std::max(0, std::min(colLo, w - lanes / 2));
+                const VI pairLo = hn::Set(di, 2 * base);
                 VF ax, ay, bx, by, cx, cy;
                 if (rowLo == rowHi && w >= lanes / 2 && colHi + 1 - base < lanes / 2) {
                     const float* top = job.values + 2 * (int64_t{rowLo} * w + base);
                     const VF upper = hn::LoadU(df, top), below = hn::LoadU(df, top + 2 * w);
                     const VI ia = hn::Sub(hn::Add(hn::Add(colL, colL), hn::Add(parity, parity)), pairLo);
                     const VI ib = hn::Sub(hn::Add(colL, colL), pairLo), ic = hn::Add(ib, iTwo);
-                    const MF lowerOf = lower;
                     ax = hn::TableLookupLanes(upper, hn::IndicesFromVec(df, ia));
                     ay = hn::TableLookupLanes(upper, hn::IndicesFromVec(df, hn::Add(ia, iOne)));
                     bx = hn::TableLookupLanes(below, hn::IndicesFromVec(df, ib));
                     by = hn::TableLookupLanes(below, hn::IndicesFromVec(df, hn::Add(ib, iOne)));
                     const auto icx = hn::IndicesFromVec(df, ic), icy = hn::IndicesFromVec(df, hn::Add(ic, iOne));
-                    cx = hn::IfThenElse(lowerOf, hn::TableLookupLanes(below, icx), hn::TableLookupLanes(upper, icx));
-                    cy = hn::IfThenElse(lowerOf, hn::TableLookupLanes(below, icy), hn::TableLookupLanes(upper, icy));
+                    cx = hn::IfThenElse(lower, hn::TableLookupLanes(below, icx), hn::TableLookupLanes(upper, icx));
+                    cy = hn::IfThenElse(lower, hn::TableLookupLanes(below, icy), hn::TableLookupLanes(upper, icy));
                 } else {
                     const VI v = hn::Add(hn::Mul(row, widthV), col);
                     const VI va = hn::Add(v, parity), vb = hn::Add(v, widthV);
@@ -349,9 +350,9 @@ void LatticeRows(const RowsJob& job, const LatticeGeometry& geometry, LatticeCou
                 }
             }
             hn::Store(tri, di, at.tri);
+            hn::Store(row, di, at.row);
+            hn::Store(col, di, at.col);
             if (hn::AllTrue(di, hn::Or(taken, hn::Not(hn::FirstN(di, static_cast<size_t>(n)))))) {
-                hn::Store(row, di, at.row);
-                hn::Store(col, di, at.col);
                 if (c0 == 0) rowStartTri = at.tri[0];
                 prevTri = at.tri[n - 1];
                 prevPlace = {prevTri, at.row[n - 1], at.col[n - 1], prevTri & 1};
@@ -378,11 +379,9 @@ void LatticeRows(const RowsJob& job, const LatticeGeometry& geometry, LatticeCou
                 }
                 const int start = firstTriangle(shape, c, c != 0 ? prevTri : rowStartTri);
                 const TrianglePlace from = locate(shape, start);
-                const int hitCell = at.tri[j] / 2;
-                const int hitRow = sdiv(hitCell, cellsW), hitCol = hitCell - hitRow * cellsW;
                 int hit = prevTri;
-                if (at.robust[j] != 0 && std::abs(hitRow - from.row) <= kLatticeReach &&
-                    std::abs(hitCol - from.col) <= kLatticeReach) {
+                if (at.robust[j] != 0 && std::abs(at.row[j] - from.row) <= kLatticeReach &&
+                    std::abs(at.col[j] - from.col) <= kLatticeReach) {
                     hit = at.tri[j];
                     bary[0] = at.b0[j];
                     bary[1] = at.b1[j];
