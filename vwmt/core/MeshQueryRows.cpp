@@ -39,23 +39,6 @@ inline uint32_t packedTableColumn(int component) {
     return packed;
 }
 
-// True when the list is the standard two-triangles-per-cell connectivity, so
-// that corner indices follow from the cell instead of being read.
-inline bool isStandardConnectivity(const int* triangles, int cellsW, int cellsH) {
-    const int w = cellsW + 1;
-    const int* t = triangles;
-    for (int r = 0; r < cellsH; ++r) {
-        for (int c = 0; c < cellsW; ++c, t += 6) {
-            const int v = r * w + c;
-            if (t[0] != v || t[1] != v + w || t[2] != v + 1 || t[3] != v + 1 || t[4] != v + w ||
-                t[5] != v + w + 1) {
-                return false;
-            }
-        }
-    }
-    return true;
-}
-
 struct Packed {
     uint32_t dCol;
     uint32_t dRow;
@@ -130,6 +113,24 @@ private:
 };
 
 }  // namespace
+
+// True when the list is the standard two-triangles-per-cell connectivity, so
+// that corner indices follow from the cell instead of being read.
+bool hasStandardConnectivity(const int* triangles, int cellsW, int cellsH) {
+    const int w = cellsW + 1;
+    const int* t = triangles;
+    for (int r = 0; r < cellsH; ++r) {
+        for (int c = 0; c < cellsW; ++c, t += 6) {
+            const int v = r * w + c;
+            if (t[0] != v || t[1] != v + w || t[2] != v + 1 || t[3] != v + 1 || t[4] != v + w ||
+                t[5] != v + w + 1) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 }  // namespace mesh
 }  // namespace velmo
 #endif
@@ -831,13 +832,9 @@ HWY_EXPORT(LockstepFits);
 
 int parallelLanes() { return HWY_DYNAMIC_DISPATCH(LaneCount)(); }
 
-bool hasStandardConnectivity(const int* triangles, int cellsW, int cellsH) {
-    return isStandardConnectivity(triangles, cellsW, cellsH);
-}
-
 bool walksInLockstep(const RowsJob& job) {
     return job.meshXY != nullptr && job.queryW >= 2 && job.shape.hasCells() &&
-           isStandardConnectivity(job.triangles, job.shape.cellsW, job.shape.cellsH) &&
+           hasStandardConnectivity(job.triangles, job.shape.cellsW, job.shape.cellsH) &&
            HWY_DYNAMIC_DISPATCH(LockstepFits)(job);
 }
 
@@ -852,15 +849,24 @@ void interpolateRowsSequential(const RowsJob& job) {
     }
 }
 
+namespace {
+
+// The row-parallel loop from `from` on, in the form that suits the list.
+void walkRowsFrom(const RowsJob& job, const RowsStart& from) {
+    static const Packed table{packedTableColumn(0), packedTableColumn(1), packedTableColumn(2)};
+    const bool standard =
+        hasStandardConnectivity(job.triangles, job.shape.cellsW, job.shape.cellsH);
+    HWY_DYNAMIC_DISPATCH(WalkRowsDispatch)(job, table, job.meshXY != nullptr, standard, from);
+}
+
+}  // namespace
+
 void interpolateRowsParallel(const RowsJob& job) {
     if (job.queryH < parallelLanes() || job.queryW < 2 || !job.shape.hasCells()) {
         interpolateRowsSequential(job);
         return;
     }
-    static const Packed table{packedTableColumn(0), packedTableColumn(1), packedTableColumn(2)};
-    const bool standard =
-        isStandardConnectivity(job.triangles, job.shape.cellsW, job.shape.cellsH);
-    HWY_DYNAMIC_DISPATCH(WalkRowsDispatch)(job, table, job.meshXY != nullptr, standard, RowsStart{});
+    walkRowsFrom(job, RowsStart{});
 }
 
 bool interpolateRowsFrom(const RowsJob& job, int firstRow, int rowStartTri) {
@@ -868,11 +874,7 @@ bool interpolateRowsFrom(const RowsJob& job, int firstRow, int rowStartTri) {
         !job.shape.hasCells() || !job.shape.isTriangle(rowStartTri)) {
         return false;
     }
-    static const Packed table{packedTableColumn(0), packedTableColumn(1), packedTableColumn(2)};
-    const bool standard =
-        isStandardConnectivity(job.triangles, job.shape.cellsW, job.shape.cellsH);
-    HWY_DYNAMIC_DISPATCH(WalkRowsDispatch)(job, table, job.meshXY != nullptr, standard,
-                                           RowsStart{firstRow, rowStartTri});
+    walkRowsFrom(job, RowsStart{firstRow, rowStartTri});
     return true;
 }
 
