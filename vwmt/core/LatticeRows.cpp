@@ -53,6 +53,7 @@
 #define HWY_TARGET_INCLUDE "vwmt/core/LatticeRows.cpp"
 #include "hwy/foreach_target.h"  // IWYU pragma: keep
 #include "hwy/highway.h"
+#include "vwmt/core/BarycentricLanes-inl.h"
 
 #ifndef VELMO_LATTICE_ROWS_SHARED
 #define VELMO_LATTICE_ROWS_SHARED
@@ -185,7 +186,7 @@ void LatticeRows(const RowsJob& job, const LatticeGeometry& geometry, LatticeCou
 
     const VF x0 = hn::Set(df, geometry.x0), invW = hn::Set(df, geometry.invW);
     const VF y0 = hn::Set(df, geometry.y0), invH = hn::Set(df, geometry.invH);
-    const VF zero = hn::Zero(df), one = hn::Set(df, 1.0f), eps = hn::Set(df, kEps);
+    const VF zero = hn::Zero(df);
     const VF low = hn::Set(df, kLatticeMargin), high = hn::Set(df, 1.0f - kLatticeMargin);
     const VF colsF = hn::Set(df, static_cast<float>(cellsW)), rowsF = hn::Set(df, static_cast<float>(cellsH));
     const VI iOne = hn::Set(di, 1), iTwo = hn::Set(di, 2), beyond = hn::Set(di, kLatticeReach + 1);
@@ -266,15 +267,8 @@ void LatticeRows(const RowsJob& job, const LatticeGeometry& geometry, LatticeCou
                                     hn::Mul(cw, ch));
             const VF px0 = hn::IfThenElse(lower, xb, xa), py2 = hn::IfThenElse(lower, yb, ya);
             // Corners (px0, ya), (xa, yb), (xb, py2): the standard list's order.
-            // Weights, operation for operation as the walk's barycentric.
-            const VF y12 = hn::Sub(yb, py2), x12 = hn::Sub(xa, xb);
-            const VF y02 = hn::Sub(ya, py2), x02 = hn::Sub(px0, xb);
-            const VF dx = hn::Sub(x, xb), dy = hn::Sub(y, py2);
-            const VF b0 = hn::Div(hn::Sub(hn::Mul(y12, dx), hn::Mul(x12, dy)),
-                                  hn::Add(hn::Sub(hn::Mul(y12, x02), hn::Mul(x12, y02)), eps));
-            const VF b1 = hn::Div(hn::Sub(hn::Mul(y02, dx), hn::Mul(x02, dy)),
-                                  hn::Add(hn::Sub(hn::Mul(x12, y02), hn::Mul(y12, x02)), eps));
-            const VF b2 = hn::Sub(hn::Sub(one, b0), b1);
+            VF b0, b1, b2;
+            BarycentricLanes(x, y, px0, ya, xa, yb, xb, py2, b0, b1, b2);
             auto clear = [&](VF b) { return hn::And(hn::Ge(b, low), hn::Le(b, high)); };
             const MI robust = hn::RebindMask(
                 di, hn::And(inCell, hn::And(hn::And(clear(b0), clear(b1)), clear(b2))));
@@ -336,8 +330,7 @@ void LatticeRows(const RowsJob& job, const LatticeGeometry& geometry, LatticeCou
                     cx = hn::GatherIndex(df, val, ic);
                     cy = hn::GatherIndex(df, val, hn::Add(ic, iOne));
                 }
-                const VF ox = hn::Add(hn::Add(hn::Mul(b0, ax), hn::Mul(b1, bx)), hn::Mul(b2, cx));
-                const VF oy = hn::Add(hn::Add(hn::Mul(b0, ay), hn::Mul(b1, by)), hn::Mul(b2, cy));
+                const VF ox = BlendLanes(b0, b1, b2, ax, bx, cx), oy = BlendLanes(b0, b1, b2, ay, by, cy);
                 if (n == lanes) {
                     hn::StoreInterleaved2(ox, oy, df, out);
                 } else {

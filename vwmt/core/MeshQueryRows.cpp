@@ -21,6 +21,7 @@
 #define HWY_TARGET_INCLUDE "vwmt/core/MeshQueryRows.cpp"
 #include "hwy/foreach_target.h"  // IWYU pragma: keep
 #include "hwy/highway.h"
+#include "vwmt/core/BarycentricLanes-inl.h"
 
 #ifndef VELMO_MESH_QUERY_ROWS_SHARED
 #define VELMO_MESH_QUERY_ROWS_SHARED
@@ -344,17 +345,9 @@ HWY_INLINE CornerXY GatherCorners(const Context& ctx, const Group& g, VI& ia, VI
 // Barycentric coordinates, operation for operation as the scalar walk.
 HWY_INLINE Weights Barycentric(const Group& g, const CornerXY& p) {
     const DF df;
-    const VF eps = hn::Set(df, kEps);
     const VF one = hn::Set(df, 1.0f);
-    const VF y12 = hn::Sub(p.y1, p.y2), x12 = hn::Sub(p.x1, p.x2);
-    const VF y02 = hn::Sub(p.y0, p.y2), x02 = hn::Sub(p.x0, p.x2);
-    const VF px = hn::Sub(g.qx, p.x2), py = hn::Sub(g.qy, p.y2);
     Weights w;
-    w.b0 = hn::Div(hn::Sub(hn::Mul(y12, px), hn::Mul(x12, py)),
-                   hn::Add(hn::Sub(hn::Mul(y12, x02), hn::Mul(x12, y02)), eps));
-    w.b1 = hn::Div(hn::Sub(hn::Mul(y02, px), hn::Mul(x02, py)),
-                   hn::Add(hn::Sub(hn::Mul(x12, y02), hn::Mul(y12, x02)), eps));
-    w.b2 = hn::Sub(hn::Sub(one, w.b0), w.b1);
+    BarycentricLanes(g.qx, g.qy, p.x0, p.y0, p.x1, p.y1, p.x2, p.y2, w.b0, w.b1, w.b2);
     const VF negEps = hn::Set(df, -kEps);
     auto within = [&](VF b) { return hn::And(hn::Ge(b, negEps), hn::Le(b, one)); };
     w.inside = hn::RebindMask(DI(), hn::And(hn::And(within(w.b0), within(w.b1)), within(w.b2)));
@@ -404,9 +397,8 @@ HWY_INLINE void Blend(const RowsJob& job, VI query, const Weights& w, VI ia, VI 
     GatherPairs(job.values, ia, ax, ay);
     GatherPairs(job.values, ib, bx, by);
     GatherPairs(job.values, ic, cx, cy);
-    const VF ox = hn::Add(hn::Add(hn::Mul(w.b0, ax), hn::Mul(w.b1, bx)), hn::Mul(w.b2, cx));
-    const VF oy = hn::Add(hn::Add(hn::Mul(w.b0, ay), hn::Mul(w.b1, by)), hn::Mul(w.b2, cy));
-    ScatterPairs(job.out, query, ox, oy);
+    ScatterPairs(job.out, query, BlendLanes(w.b0, w.b1, w.b2, ax, bx, cx),
+                 BlendLanes(w.b0, w.b1, w.b2, ay, by, cy));
 }
 
 template <bool kThroughList, bool kStandard>
@@ -609,12 +601,10 @@ HWY_INLINE void WindowBlend(const Context& ctx, const Group& g, const Window& w,
         return;
     }
     w.cornerEntries(g, a, b, c);
-    const VF ox = hn::Add(hn::Add(hn::Mul(weights.b0, Window::LookUpIn(w.vx, a)),
-                                  hn::Mul(weights.b1, Window::LookUpIn(w.vx, b))),
-                          hn::Mul(weights.b2, Window::LookUpIn(w.vx, c)));
-    const VF oy = hn::Add(hn::Add(hn::Mul(weights.b0, Window::LookUpIn(w.vy, a)),
-                                  hn::Mul(weights.b1, Window::LookUpIn(w.vy, b))),
-                          hn::Mul(weights.b2, Window::LookUpIn(w.vy, c)));
+    const VF ox = BlendLanes(weights.b0, weights.b1, weights.b2, Window::LookUpIn(w.vx, a),
+                             Window::LookUpIn(w.vx, b), Window::LookUpIn(w.vx, c));
+    const VF oy = BlendLanes(weights.b0, weights.b1, weights.b2, Window::LookUpIn(w.vy, a),
+                             Window::LookUpIn(w.vy, b), Window::LookUpIn(w.vy, c));
     ScatterPairs(ctx.job.out, g.query, ox, oy);
 }
 
